@@ -1,0 +1,13 @@
+// Names of the notices posted on the NoticeBus and across processes.
+#pragma once
+
+namespace velto::notices {
+
+// Segments were inserted, edited or deleted.
+inline constexpr const char* kSegmentsDidChange = "studio.kestrova.Velto.segmentsDidChange";
+// All recorded data was wiped.
+inline constexpr const char* kStoreDidWipe = "studio.kestrova.Velto.store.didWipe";
+// Another process wrote the tracking command file.
+inline constexpr const char* kTrackingCommand = "studio.kestrova.Velto.trackingCommand";
+
+}  // namespace velto::notices
