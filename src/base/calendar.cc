@@ -86,7 +86,9 @@ Calendar Calendar::current() {
   return Calendar(sessionZone(), firstWeekdayForLocale(sessionLocaleName()));
 }
 
-const std::string& Calendar::zoneName() const { return zone_->name(); }
+const std::string& Calendar::zoneName() const {
+  return zone_->name();
+}
 
 bool Calendar::setZone(std::string_view zoneName) {
   const date::time_zone* zone = findZone(zoneName);
@@ -101,7 +103,9 @@ void Calendar::setFirstWeekday(Weekday weekday) {
 
 namespace {
 
-LocalTime toLocal(const date::time_zone* zone, Instant at) { return zone->to_local(at); }
+LocalTime toLocal(const date::time_zone* zone, Instant at) {
+  return zone->to_local(at);
+}
 
 // Resolves a local time: a skipped time moves forward by the gap (it is read with the offset in
 // force before the jump), a repeated time takes its earlier instant.
@@ -178,7 +182,9 @@ DateInterval Calendar::weekInterval(Instant at) const {
           resolve(zone_, LocalTime((first + date::days(7)).time_since_epoch()))};
 }
 
-int Calendar::hourOfDay(Instant at) const { return local(at).hour; }
+int Calendar::hourOfDay(Instant at) const {
+  return local(at).hour;
+}
 
 std::optional<Instant> Calendar::startOfDayKey(std::string_view key) const {
   if (key.size() != 10 || key[4] != '-' || key[7] != '-') return std::nullopt;

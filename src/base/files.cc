@@ -10,7 +10,9 @@
 
 namespace velto::files {
 
-std::string errnoText(int error) { return std::strerror(error); }
+std::string errnoText(int error) {
+  return std::strerror(error);
+}
 
 namespace {
 
@@ -20,7 +22,8 @@ Error errnoError(std::string_view what, const std::filesystem::path& path, int e
 
 std::string temporaryName(const std::filesystem::path& path) {
   static thread_local std::mt19937_64 random{std::random_device{}()};
-  return path.string() + ".tmp-" + std::to_string(getpid()) + "-" + std::to_string(random() % 1000000);
+  return path.string() + ".tmp-" + std::to_string(getpid()) + "-" +
+         std::to_string(random() % 1000000);
 }
 
 }  // namespace

@@ -31,9 +31,13 @@ void ManualScheduler::post(std::function<void()> action) {
   posted_.push_back(std::move(action));
 }
 
-void ManualScheduler::cancel(std::uint64_t id) { timers_.erase(id); }
+void ManualScheduler::cancel(std::uint64_t id) {
+  timers_.erase(id);
+}
 
-bool ManualScheduler::isActive(std::uint64_t id) const { return timers_.count(id) != 0; }
+bool ManualScheduler::isActive(std::uint64_t id) const {
+  return timers_.count(id) != 0;
+}
 
 void ManualScheduler::runPosted() {
   while (true) {

@@ -27,12 +27,17 @@ std::filesystem::path xdgDir(const char* variable, const char* fallbackUnderHome
 
 }  // namespace
 
-std::filesystem::path dataDir() { return xdgDir("XDG_DATA_HOME", ".local/share") / "Velto"; }
+std::filesystem::path dataDir() {
+  return xdgDir("XDG_DATA_HOME", ".local/share") / "Velto";
+}
 
-std::filesystem::path configDir() { return xdgDir("XDG_CONFIG_HOME", ".config") / "Velto"; }
+std::filesystem::path configDir() {
+  return xdgDir("XDG_CONFIG_HOME", ".config") / "Velto";
+}
 
 std::filesystem::path sharedDir() {
-  if (const char* runtime = std::getenv("XDG_RUNTIME_DIR"); runtime != nullptr && runtime[0] == '/') {
+  if (const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+      runtime != nullptr && runtime[0] == '/') {
     return std::filesystem::path(runtime) / "Velto";
   }
   return dataDir() / "shared";

@@ -16,7 +16,9 @@ Timer& Timer::operator=(Timer&& other) noexcept {
   return *this;
 }
 
-Timer::~Timer() { cancel(); }
+Timer::~Timer() {
+  cancel();
+}
 
 void Timer::cancel() {
   if (scheduler_ != nullptr) scheduler_->cancel(id_);
@@ -24,6 +26,8 @@ void Timer::cancel() {
   id_ = 0;
 }
 
-bool Timer::isActive() const { return scheduler_ != nullptr && scheduler_->isActive(id_); }
+bool Timer::isActive() const {
+  return scheduler_ != nullptr && scheduler_->isActive(id_);
+}
 
 }  // namespace velto

@@ -89,7 +89,9 @@ std::string_view lookup(std::string_view language, std::string_view key) {
   return key.substr(0, key.find(' '));
 }
 
-bool has(std::string_view language, std::string_view key) { return find(language, key) != nullptr; }
+bool has(std::string_view language, std::string_view key) {
+  return find(language, key) != nullptr;
+}
 
 std::vector<std::string> keys(std::string_view language) {
   std::vector<std::string> out;

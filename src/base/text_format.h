@@ -19,6 +19,8 @@ std::string fill(std::string_view pattern, const Args&... args) {
 }
 
 // "true" / "false" for the "%{bool,public}d" placeholder.
-inline std::string boolText(bool value) { return value ? "true" : "false"; }
+inline std::string boolText(bool value) {
+  return value ? "true" : "false";
+}
 
 }  // namespace velto

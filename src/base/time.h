@@ -26,12 +26,18 @@ inline Instant addSeconds(Instant at, double seconds) {
 inline constexpr Instant kReferenceDate2001 =
     Instant(std::chrono::sys_days(std::chrono::year(2001) / 1 / 1));
 
-inline double secondsSince2001(Instant at) { return secondsBetween(kReferenceDate2001, at); }
+inline double secondsSince2001(Instant at) {
+  return secondsBetween(kReferenceDate2001, at);
+}
 inline Instant instantFromSecondsSince2001(double seconds) {
   return addSeconds(kReferenceDate2001, seconds);
 }
 
-inline Instant instantFromUnixSeconds(double seconds) { return addSeconds(Instant{}, seconds); }
-inline double unixSeconds(Instant at) { return secondsBetween(Instant{}, at); }
+inline Instant instantFromUnixSeconds(double seconds) {
+  return addSeconds(Instant{}, seconds);
+}
+inline double unixSeconds(Instant at) {
+  return secondsBetween(Instant{}, at);
+}
 
 }  // namespace velto

@@ -25,8 +25,8 @@ log::Sink journalSink() {
     const int priority = level == log::Level::error  ? LOG_ERR
                          : level == log::Level::info ? LOG_INFO
                                                      : LOG_DEBUG;
-    sd_journal_send("MESSAGE=%.*s", static_cast<int>(message.size()), message.data(),
-                    "PRIORITY=%d", priority, "SYSLOG_IDENTIFIER=velto", nullptr);
+    sd_journal_send("MESSAGE=%.*s", static_cast<int>(message.size()), message.data(), "PRIORITY=%d",
+                    priority, "SYSLOG_IDENTIFIER=velto", nullptr);
   };
 }
 #endif
