@@ -1,13 +1,41 @@
 #include "base/text_format.h"
 
-#include <array>
-
 namespace velto {
 
 namespace {
 
-constexpr std::array<std::string_view, 7> kPlaceholders = {
-    "%{bool,public}d", "%{public}s", "%{public}d", "%{public}@", "%lld", "%@", "%d"};
+bool isConversion(char c) {
+  switch (c) {
+    case '@':
+    case 's':
+    case 'd':
+    case 'i':
+    case 'u':
+    case 'f':
+    case 'g':
+      return true;
+    default:
+      return false;
+  }
+}
+
+// Length of the placeholder starting at pattern[i] == '%', or 0 when it is none. A placeholder
+// is '%', an optional "{...}" privacy annotation, optional length modifiers (l, ll, h, z, q) and
+// a conversion character.
+size_t placeholderLength(std::string_view pattern, size_t i) {
+  size_t j = i + 1;
+  if (j < pattern.size() && pattern[j] == '{') {
+    const size_t close = pattern.find('}', j);
+    if (close == std::string_view::npos) return 0;
+    j = close + 1;
+  }
+  while (j < pattern.size() &&
+         (pattern[j] == 'l' || pattern[j] == 'h' || pattern[j] == 'z' || pattern[j] == 'q')) {
+    ++j;
+  }
+  if (j < pattern.size() && isConversion(pattern[j])) return j + 1 - i;
+  return 0;
+}
 
 }  // namespace
 
@@ -18,26 +46,15 @@ std::string fillPlaceholders(std::string_view pattern, const std::vector<std::st
   size_t i = 0;
   while (i < pattern.size()) {
     if (pattern[i] == '%') {
-      bool matched = false;
-      for (std::string_view placeholder : kPlaceholders) {
-        if (pattern.substr(i, placeholder.size()) == placeholder) {
-          if (next < args.size()) out += args[next];
-          ++next;
-          i += placeholder.size();
-          matched = true;
-          break;
-        }
-      }
-      if (matched) continue;
-      if (pattern.substr(i, 2) == "%s") {
-        if (next < args.size()) out += args[next];
-        ++next;
-        i += 2;
-        continue;
-      }
       if (pattern.substr(i, 2) == "%%") {
         out += '%';
         i += 2;
+        continue;
+      }
+      if (const size_t length = placeholderLength(pattern, i); length > 0) {
+        if (next < args.size()) out += args[next];
+        ++next;
+        i += length;
         continue;
       }
     }

@@ -1,8 +1,9 @@
 // Fills the placeholders of a fixed message with arguments, in order.
 //
-// Recognised placeholders: "%@", "%lld", "%d", "%s" and the log forms "%{public}s",
-// "%{public}d", "%{bool,public}d". Log lines and catalog texts are kept in code exactly as they
-// are written, and this turns them into the text that is shown or logged.
+// A placeholder is '%', an optional "{...}" annotation, optional length modifiers and one of
+// @ s d i u f g: "%@", "%lld", "%{public}s", "%{public}ld", "%{bool,public}d". "%%" is a '%'. Log
+// lines and catalog texts are kept in code exactly as they are written, and this turns them into
+// the text that is shown or logged.
 #pragma once
 
 #include <string>

@@ -1,0 +1,79 @@
+#include "base/files.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <optional>
+
+#include "base/paths.h"
+#include "test_support/temp_dir.h"
+
+namespace velto {
+namespace {
+
+unsigned modeOf(const std::filesystem::path& path) {
+  struct stat info {};
+  EXPECT_EQ(::stat(path.c_str(), &info), 0) << path;
+  return info.st_mode & 0777;
+}
+
+TEST(FilesTest, AtomicWriteCreatesPrivateFilesAndFoldersAndLeavesNoTemporaries) {
+  testing::TempDir dir;
+  const auto file = dir / "a" / "b" / "state.json";
+  ASSERT_TRUE(files::writeAtomically(file, "first"));
+  ASSERT_TRUE(files::writeAtomically(file, "second"));
+  EXPECT_EQ(*files::readAll(file), "second");
+  EXPECT_EQ(modeOf(file), 0600u);
+  EXPECT_EQ(modeOf(dir / "a"), 0700u);
+  EXPECT_EQ(modeOf(dir / "a" / "b"), 0700u);
+  size_t entries = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(dir / "a" / "b")) {
+    (void)entry;
+    ++entries;
+  }
+  EXPECT_EQ(entries, 1u);
+}
+
+TEST(FilesTest, FailuresAreValuesWithTheReason) {
+  testing::TempDir dir;
+  ASSERT_TRUE(files::writeAtomically(dir / "plain", "x"));
+  const Status blocked = files::writeAtomically(dir / "plain" / "child.json", "y");
+  ASSERT_FALSE(blocked);
+  EXPECT_NE(blocked.error().find("plain"), std::string::npos) << blocked.error();
+  EXPECT_FALSE(files::readAll(dir / "missing"));
+  EXPECT_TRUE(files::remove(dir / "missing"));
+  EXPECT_TRUE(files::remove(dir / "plain"));
+  EXPECT_FALSE(std::filesystem::exists(dir / "plain"));
+}
+
+TEST(PathsTest, FollowsXdgVariablesAndIgnoresRelativeOnes) {
+  struct Saved {
+    const char* name;
+    std::optional<std::string> value;
+  };
+  std::vector<Saved> saved;
+  for (const char* name : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"}) {
+    const char* value = std::getenv(name);
+    saved.push_back({name, value ? std::optional<std::string>(value) : std::nullopt});
+  }
+  setenv("HOME", "/home/ana", 1);
+  setenv("XDG_DATA_HOME", "/data", 1);
+  setenv("XDG_CONFIG_HOME", "relative/config", 1);
+  unsetenv("XDG_RUNTIME_DIR");
+  EXPECT_EQ(paths::dataDir(), "/data/Velto");
+  EXPECT_EQ(paths::configDir(), "/home/ana/.config/Velto");
+  EXPECT_EQ(paths::sharedDir(), "/data/Velto/shared");
+  setenv("XDG_RUNTIME_DIR", "/run/user/1000", 1);
+  EXPECT_EQ(paths::sharedDir(), "/run/user/1000/Velto");
+  for (const Saved& s : saved) {
+    if (s.value) {
+      setenv(s.name, s.value->c_str(), 1);
+    } else {
+      unsetenv(s.name);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace velto
