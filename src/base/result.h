@@ -25,7 +25,9 @@ class [[nodiscard]] Result {
   T& value() & { return std::get<T>(state_); }
   T&& value() && { return std::get<T>(std::move(state_)); }
   const T& operator*() const& { return value(); }
+  T& operator*() & { return value(); }
   const T* operator->() const { return &value(); }
+  T* operator->() { return &value(); }
 
   const std::string& error() const { return std::get<Error>(state_).message; }
 

@@ -15,8 +15,8 @@ std::string_view rawValue(CategoryRule::Subject subject) {
 }
 
 std::optional<CategoryRule::Subject> categoryRuleSubjectFromRaw(std::string_view raw) {
-  for (auto subject : {CategoryRule::Subject::app, CategoryRule::Subject::host,
-                       CategoryRule::Subject::keyword}) {
+  for (auto subject :
+       {CategoryRule::Subject::app, CategoryRule::Subject::host, CategoryRule::Subject::keyword}) {
     if (rawValue(subject) == raw) return subject;
   }
   return std::nullopt;

@@ -1,0 +1,117 @@
+#include "store/persistence_controller.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "base/files.h"
+#include "base/log.h"
+#include "store/schema.h"
+
+namespace velto {
+
+namespace {
+
+// Reads without writing: fails for a file that is not a database, whose header is damaged, that
+// a newer schema wrote, or that holds tables of another program. Only then may anything be
+// written to it.
+Status checkUsable(sql::Database& db) {
+  Result<sql::Statement> tables = db.prepare("SELECT count(*) FROM sqlite_master");
+  if (!tables) return Error{tables.error()};
+  Result<bool> row = tables->step();
+  if (!row) return Error{row.error()};
+  const std::int64_t tableCount = tables->int64(0);
+  Result<sql::Statement> version = db.prepare("PRAGMA user_version");
+  if (!version) return Error{version.error()};
+  row = version->step();
+  if (!row) return Error{row.error()};
+  const std::int64_t schemaVersion = version->int64(0);
+  if (schemaVersion > PersistenceController::kSchemaVersion) {
+    return Error{"it was written by a newer version of Velto (schema " +
+                 std::to_string(schemaVersion) + ")"};
+  }
+  if (schemaVersion == 0 && tableCount != 0) {
+    return Error{"it holds tables Velto did not make"};
+  }
+  return {};
+}
+
+int schemaVersion(sql::Database& db) {
+  Result<sql::Statement> version = db.prepare("PRAGMA user_version");
+  if (!version || !version->step().toOptional().value_or(false)) return -1;
+  return static_cast<int>(version->int64(0));
+}
+
+// Creates the file with mode 0600 so that SQLite's WAL and shared-memory files, which copy the
+// database file's mode, are private too.
+void createPrivately(const std::filesystem::path& file) {
+  const int fd = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  if (fd >= 0) ::close(fd);
+}
+
+Result<sql::Database> openFile(const std::filesystem::path& file) {
+  createPrivately(file);
+  Result<sql::Database> opened =
+      sql::Database::open(file.string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW);
+  if (!opened) return opened;
+  sql::Database& db = opened.value();
+  (void)db.exec("PRAGMA busy_timeout = 5000");
+  if (Status usable = checkUsable(db); !usable) return Error{usable.error()};
+  if (Status wal = db.exec("PRAGMA journal_mode = WAL"); !wal) return Error{wal.error()};
+  if (Status sync = db.exec("PRAGMA synchronous = NORMAL"); !sync) return Error{sync.error()};
+  if (Status migrated = migrate(db); !migrated) return Error{migrated.error()};
+  return opened;
+}
+
+}  // namespace
+
+Status migrate(sql::Database& db) {
+  if (Status usable = checkUsable(db); !usable) return usable;
+  const int version = schemaVersion(db);
+  if (version == PersistenceController::kSchemaVersion) return {};
+  if (version != 0) return Error{"unknown schema version " + std::to_string(version)};
+  // Later versions add their steps here, each in its own transaction, from version 1 upwards.
+  sql::Transaction transaction(db);
+  if (!transaction.began()) return transaction.began();
+  if (Status created = db.exec(schema::kVersion1); !created) return created;
+  if (Status set = db.exec("PRAGMA user_version = 1"); !set) return set;
+  return transaction.commit();
+}
+
+sql::Database PersistenceController::openInMemory() {
+  Result<sql::Database> memory =
+      sql::Database::open(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+  if (!memory) {
+    // Without even memory there is nothing sensible left to do.
+    log::error("Could not open an in-memory store: %{public}s", memory.error());
+    std::abort();
+  }
+  if (Status migrated = migrate(memory.value()); !migrated) {
+    log::error("Could not create the in-memory store: %{public}s", migrated.error());
+    std::abort();
+  }
+  return std::move(memory).value();
+}
+
+PersistenceController::PersistenceController(std::optional<std::filesystem::path> folder)
+    : db_(openInMemory()) {
+  if (!folder) {
+    inMemory_ = true;
+    return;
+  }
+  if (Status made = files::ensureDirectory(*folder); !made) {
+    log::error("createDirectory failed at %{public}s: %{public}s", folder->string(), made.error());
+  }
+  file_ = *folder / kFileName;
+  Result<sql::Database> opened = openFile(*file_);
+  if (opened) {
+    db_ = std::move(opened).value();
+    return;
+  }
+  degraded_ = true;
+  inMemory_ = true;
+  degradedReason_ = opened.error();
+  log::error("Could not open the store at %{public}s (%{public}s); recording into memory only",
+             file_->string(), degradedReason_);
+}
+
+}  // namespace velto

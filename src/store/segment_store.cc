@@ -1,0 +1,358 @@
+#include "store/segment_store.h"
+
+#include "base/log.h"
+#include "base/notices.h"
+#include "recording/off_computer.h"
+
+namespace velto {
+
+namespace {
+
+constexpr const char* kColumns =
+    "id, started_us, ended_us, seconds, bundle_id, app_name, window_title, host, tool_name, url, "
+    "end_reason, day_key";
+
+std::int64_t micros(Instant at) {
+  return at.time_since_epoch().count();
+}
+Instant fromMicros(std::int64_t us) {
+  return Instant(Microseconds(us));
+}
+
+void bindId(sql::Statement& statement, int index, const Uuid& id) {
+  statement.bindBlob(index, id.bytes().data(), id.bytes().size());
+}
+
+Segment readRow(const sql::Statement& row) {
+  Segment segment;
+  const std::string_view id = row.blob(0);
+  segment.id = Uuid::fromBytes(id.data(), id.size()).value_or(Uuid());
+  segment.startedAt = fromMicros(row.int64(1));
+  segment.endedAt = fromMicros(row.int64(2));
+  segment.seconds = row.real(3);
+  segment.bundleId = row.text(4);
+  segment.appName = row.text(5);
+  segment.windowTitle = row.optionalText(6);
+  segment.host = row.optionalText(7);
+  segment.toolName = row.optionalText(8);
+  segment.url = row.optionalText(9);
+  segment.endReasonRaw = row.text(10);
+  segment.dayKey = row.text(11);
+  return segment;
+}
+
+// Runs `sql` once per id with the id bound to the last parameter.
+Status forEachId(sql::Database& db, const std::string& sqlText, std::span<const Uuid> ids,
+                 const std::function<void(sql::Statement&)>& bindOthers = {}) {
+  Result<sql::Statement> statement = db.prepare(sqlText);
+  if (!statement) return Error{statement.error()};
+  const int idIndex = statement->parameterCount();
+  for (const Uuid& id : ids) {
+    statement->reset();
+    if (bindOthers) bindOthers(*statement);
+    bindId(*statement, idIndex, id);
+    if (Status ran = statement->run(); !ran) return ran;
+  }
+  return {};
+}
+
+}  // namespace
+
+SegmentStore::SegmentStore(PersistenceController& persistence, const Calendar& calendar,
+                           NoticeBus& notices)
+    : persistence_(persistence),
+      db_(persistence.database()),
+      calendar_(calendar),
+      notices_(notices) {
+  refreshLongestRow();
+}
+
+void SegmentStore::refreshLongestRow() {
+  Result<sql::Statement> longest =
+      db_.prepare("SELECT coalesce(max(ended_us - started_us), 0) FROM segment");
+  if (longest && longest->step().toOptional().value_or(false)) {
+    longestRowUs_ = std::max<std::int64_t>(0, longest->int64(0));
+  }
+}
+
+void SegmentStore::changed() {
+  notices_.post(notices::kSegmentsDidChange);
+}
+
+Status SegmentStore::insertRow(const Segment& row) {
+  // Inserts are the hot path (one per closed segment): the statement is prepared once.
+  if (!insertStatement_) {
+    Result<sql::Statement> prepared = db_.prepare(std::string("INSERT INTO segment (") + kColumns +
+                                                  ") VALUES (?,?,?,?,?,?,?,?,?,?,?,?)");
+    if (!prepared) return Error{prepared.error()};
+    insertStatement_.emplace(std::move(prepared).value());
+  }
+  sql::Statement* statement = &*insertStatement_;
+  statement->reset();
+  bindId(*statement, 1, row.id);
+  statement->bind(2, micros(row.startedAt))
+      .bind(3, micros(row.endedAt))
+      .bind(4, row.seconds)
+      .bind(5, std::string_view(row.bundleId))
+      .bind(6, std::string_view(row.appName))
+      .bind(7, row.windowTitle)
+      .bind(8, row.host)
+      .bind(9, row.toolName)
+      .bind(10, row.url)
+      .bind(11, std::string_view(row.endReasonRaw))
+      .bind(12, std::string_view(row.dayKey));
+  if (Status ran = statement->run(); !ran) return ran;
+  longestRowUs_ = std::max(longestRowUs_, micros(row.endedAt) - micros(row.startedAt));
+  return {};
+}
+
+Result<Uuid> SegmentStore::insert(const RecordedSegment& recorded) {
+  Segment row;
+  row.id = Uuid::random();
+  row.startedAt = recorded.startedAt;
+  row.endedAt = recorded.endedAt;
+  row.seconds = secondsBetween(recorded.startedAt, recorded.endedAt);
+  const ActivityContext& context = recorded.context;
+  row.bundleId = context.bundleId;
+  row.appName = context.appName;
+  row.windowTitle = context.windowTitle;
+  row.host = context.host;
+  row.toolName = context.toolName;
+  row.url = context.url;
+  row.endReasonRaw = std::string(rawValue(recorded.endReason));
+  row.dayKey = calendar_.dayKey(recorded.startedAt);
+  if (Status inserted = insertRow(row); !inserted) {
+    log::error("Could not save segment: %{public}s", inserted.error());
+    return Error{inserted.error()};
+  }
+  changed();
+  return row.id;
+}
+
+void SegmentStore::record(const RecordedSegment& segment) {
+  (void)insert(segment);
+}
+
+Status SegmentStore::insertRows(std::span<const Segment> rows) {
+  return edit("Segment import", [&]() -> Status {
+    for (const Segment& row : rows) {
+      if (Status inserted = insertRow(row); !inserted) return inserted;
+    }
+    return {};
+  });
+}
+
+Result<std::vector<Segment>> SegmentStore::fetch(std::string_view where,
+                                                 const std::function<void(sql::Statement&)>& bind) {
+  Result<sql::Statement> statement =
+      db_.prepare(std::string("SELECT ") + kColumns + " FROM segment WHERE " + std::string(where) +
+                  " ORDER BY started_us, rowid");
+  if (!statement) return Error{statement.error()};
+  bind(*statement);
+  std::vector<Segment> rows;
+  while (true) {
+    Result<bool> row = statement->step();
+    if (!row) return Error{row.error()};
+    if (!*row) break;
+    rows.push_back(readRow(*statement));
+  }
+  return rows;
+}
+
+Result<std::vector<Segment>> SegmentStore::fetchDay(std::string_view dayKey) {
+  return fetch("day_key = ?", [&](sql::Statement& s) { s.bind(1, dayKey); });
+}
+
+Result<std::vector<Segment>> SegmentStore::fetchOverlapping(Instant start, Instant end) {
+  // No row is longer than the longest stored one, so the start index bounds the scan.
+  return fetch("started_us >= ? AND started_us < ? AND ended_us > ?", [&](sql::Statement& s) {
+    s.bind(1, micros(start) - longestRowUs_).bind(2, micros(end)).bind(3, micros(start));
+  });
+}
+
+Result<std::int64_t> SegmentStore::count() {
+  Result<sql::Statement> statement = db_.prepare("SELECT count(*) FROM segment");
+  if (!statement) return Error{statement.error()};
+  Result<bool> row = statement->step();
+  if (!row) return Error{row.error()};
+  return statement->int64(0);
+}
+
+Result<std::int64_t> SegmentStore::purge(int days, Instant now) {
+  const Instant cutoff = calendar_.addDays(now, -days);
+  auto failed = [](const std::string& error) -> Result<std::int64_t> {
+    log::error("Retention purge failed: %{public}s", error);
+    return Error{error};
+  };
+  Result<sql::Statement> counting =
+      db_.prepare("SELECT count(*) FROM segment WHERE started_us < ?");
+  if (!counting) return failed(counting.error());
+  counting->bind(1, micros(cutoff));
+  if (Result<bool> row = counting->step(); !row) return failed(row.error());
+  const std::int64_t found = counting->int64(0);
+  if (found < 1) return std::int64_t{0};
+
+  sql::Transaction transaction(db_);
+  if (!transaction.began()) return failed(transaction.began().error());
+  Result<sql::Statement> deleting = db_.prepare("DELETE FROM segment WHERE started_us < ?");
+  if (!deleting) return failed(deleting.error());
+  deleting->bind(1, micros(cutoff));
+  if (Status ran = deleting->run(); !ran) return failed(ran.error());
+  const std::int64_t removed = db_.changes();
+  if (Status committed = transaction.commit(); !committed) return failed(committed.error());
+  log::info("Purged %{public}ld segments older than %{public}ld days", std::to_string(removed),
+            std::to_string(days));
+  changed();
+  return removed;
+}
+
+Status SegmentStore::edit(std::string_view name, const std::function<Status()>& change) {
+  Status result = [&]() -> Status {
+    sql::Transaction transaction(db_);
+    if (!transaction.began()) return transaction.began();
+    if (Status applied = change(); !applied) return applied;
+    return transaction.commit();
+  }();
+  if (!result) {
+    log::error("%{public}s failed: %{public}s", std::string(name), result.error());
+    refreshLongestRow();
+    return result;
+  }
+  changed();
+  return result;
+}
+
+Status SegmentStore::wipe() {
+  Status wiped = edit("Segment wipe", [&] { return db_.exec("DELETE FROM segment"); });
+  if (wiped) {
+    longestRowUs_ = 0;
+    notices_.post(notices::kStoreDidWipe);
+  }
+  return wiped;
+}
+
+Status SegmentStore::deleteSegments(std::span<const Uuid> ids) {
+  return edit("Segment delete",
+              [&] { return forEachId(db_, "DELETE FROM segment WHERE id = ?", ids); });
+}
+
+Result<bool> SegmentStore::deleteOffComputer(const Uuid& id) {
+  bool deleted = false;
+  Status done = edit("Off-Mac delete", [&]() -> Status {
+    Result<sql::Statement> statement =
+        db_.prepare("DELETE FROM segment WHERE id = ? AND substr(bundle_id, 1, ?) = ?");
+    if (!statement) return Error{statement.error()};
+    bindId(*statement, 1, id);
+    statement->bind(2, static_cast<std::int64_t>(kOffComputerPrefix.size()))
+        .bind(3, kOffComputerPrefix);
+    if (Status ran = statement->run(); !ran) return ran;
+    deleted = db_.changes() > 0;
+    return {};
+  });
+  if (!done) return Error{done.error()};
+  return deleted;
+}
+
+Status SegmentStore::reassign(std::span<const Uuid> ids, std::string_view bundleId,
+                              std::string_view appName) {
+  return edit("Segment reassign", [&] {
+    return forEachId(db_,
+                     "UPDATE segment SET bundle_id = ?, app_name = ?, window_title = NULL, "
+                     "host = NULL, tool_name = NULL, url = NULL, end_reason = 'manual' "
+                     "WHERE id = ?",
+                     ids, [&](sql::Statement& s) { s.bind(1, bundleId).bind(2, appName); });
+  });
+}
+
+Status SegmentStore::nameTime(Instant start, Instant end, std::string_view bundleId,
+                              std::string_view appName, std::span<const Uuid> replacing) {
+  if (!(start < end)) return Error{"the stretch is empty"};
+  return edit("On-Mac label", [&]() -> Status {
+    if (Status deleted = forEachId(db_, "DELETE FROM segment WHERE id = ?", replacing); !deleted) {
+      return deleted;
+    }
+    for (Instant cursor = start; cursor < end;) {
+      const Instant pieceEnd = std::min(calendar_.nextMidnight(cursor), end);
+      Segment row;
+      row.id = Uuid::random();
+      row.startedAt = cursor;
+      row.endedAt = pieceEnd;
+      row.seconds = secondsBetween(cursor, pieceEnd);
+      row.bundleId = std::string(bundleId);
+      row.appName = std::string(appName);
+      row.endReasonRaw = std::string(rawValue(SegmentEndReason::manual));
+      row.dayKey = calendar_.dayKey(cursor);
+      if (Status inserted = insertRow(row); !inserted) return inserted;
+      cursor = pieceEnd;
+    }
+    return {};
+  });
+}
+
+Result<std::vector<CategoryRule>> SegmentStore::categoryRules() {
+  Result<sql::Statement> statement = db_.prepare(
+      "SELECT id, pattern, subject, category, created_us FROM category_rule "
+      "ORDER BY created_us, rowid");
+  if (!statement) return Error{statement.error()};
+  std::vector<CategoryRule> rules;
+  while (true) {
+    Result<bool> row = statement->step();
+    if (!row) return Error{row.error()};
+    if (!*row) break;
+    const std::string_view id = statement->blob(0);
+    rules.push_back(CategoryRule{Uuid::fromBytes(id.data(), id.size()).value_or(Uuid()),
+                                 statement->text(1), statement->text(2), statement->text(3),
+                                 fromMicros(statement->int64(4))});
+  }
+  return rules;
+}
+
+Status SegmentStore::insertRule(const CategoryRule& rule) {
+  return edit("Category rule insert", [&]() -> Status {
+    Result<sql::Statement> statement = db_.prepare(
+        "INSERT INTO category_rule (id, pattern, subject, category, created_us) "
+        "VALUES (?,?,?,?,?)");
+    if (!statement) return Error{statement.error()};
+    bindId(*statement, 1, rule.id);
+    statement->bind(2, std::string_view(rule.pattern))
+        .bind(3, std::string_view(rule.subjectRaw))
+        .bind(4, std::string_view(rule.categoryRaw))
+        .bind(5, micros(rule.createdAt));
+    return statement->run();
+  });
+}
+
+Status SegmentStore::updateRule(const CategoryRule& rule) {
+  return edit("Category rule update", [&] {
+    return forEachId(db_,
+                     "UPDATE category_rule SET pattern = ?, subject = ?, category = ?, "
+                     "created_us = ? WHERE id = ?",
+                     std::span(&rule.id, 1), [&](sql::Statement& s) {
+                       s.bind(1, std::string_view(rule.pattern))
+                           .bind(2, std::string_view(rule.subjectRaw))
+                           .bind(3, std::string_view(rule.categoryRaw))
+                           .bind(4, micros(rule.createdAt));
+                     });
+  });
+}
+
+Status SegmentStore::deleteRule(const Uuid& id) {
+  return edit("Category rule delete", [&] {
+    return forEachId(db_, "DELETE FROM category_rule WHERE id = ?", std::span(&id, 1));
+  });
+}
+
+Status SegmentStore::deleteRulesForCategory(std::string_view categoryRaw) {
+  return edit("Category rule delete", [&]() -> Status {
+    Result<sql::Statement> statement = db_.prepare("DELETE FROM category_rule WHERE category = ?");
+    if (!statement) return Error{statement.error()};
+    statement->bind(1, categoryRaw);
+    return statement->run();
+  });
+}
+
+Status SegmentStore::deleteAllRules() {
+  return edit("Category rule reset", [&] { return db_.exec("DELETE FROM category_rule"); });
+}
+
+}  // namespace velto

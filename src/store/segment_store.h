@@ -1,0 +1,95 @@
+// The durable record of the user's day: finished segments and category rules in the store
+// file, read and changed only through this class.
+//
+// Every change is one transaction. After a change commits, "studio.kestrova.Velto.
+// segmentsDidChange" is posted on the NoticeBus (a wipe also posts "...store.didWipe"); a
+// change that fails is logged with its name, leaves every row as it was, and posts nothing.
+// Rows are returned sorted by start. Instants are absolute; day keys come from the calendar
+// given at construction (which follows zone changes made to it).
+//
+// Thread: main thread only. The controller, calendar and bus must outlive the store.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/calendar.h"
+#include "base/notice_bus.h"
+#include "recording/recorded_segment.h"
+#include "store/category_rule.h"
+#include "store/persistence_controller.h"
+#include "store/segment.h"
+
+namespace velto {
+
+class SegmentStore final : public SegmentSink {
+ public:
+  SegmentStore(PersistenceController& persistence, const Calendar& calendar, NoticeBus& notices);
+
+  // --- Segments ---
+  // Stores the segment as a new row; a failure is logged and the segment is lost (recording
+  // goes on).
+  void record(const RecordedSegment& segment) override;
+  Result<Uuid> insert(const RecordedSegment& segment);
+  // Stores rows as given, ids included, in one transaction and with one notice (import, tests).
+  Status insertRows(std::span<const Segment> rows);
+
+  Result<std::vector<Segment>> fetchDay(std::string_view dayKey);
+  // Rows with startedAt < end and endedAt > start: rows that only touch an edge are left out.
+  Result<std::vector<Segment>> fetchOverlapping(Instant start, Instant end);
+  Result<std::int64_t> count();
+
+  // Deletes every row that started more than `days` calendar days before `now` (a row that
+  // began before the cut-off goes whole). Counts first: when nothing is old enough there is no
+  // write, no notice and no log line. Returns how many rows went.
+  Result<std::int64_t> purge(int days, Instant now);
+
+  Status wipe();
+
+  // --- Edits of recorded time ---
+  Status deleteSegments(std::span<const Uuid> ids);
+  // Deletes the row only when it is time away from the computer; false when it is not (or no
+  // longer exists).
+  Result<bool> deleteOffComputer(const Uuid& id);
+  // Gives rows to another application: detail fields are cleared, the reason becomes "manual";
+  // times and day keys stay.
+  Status reassign(std::span<const Uuid> ids, std::string_view bundleId, std::string_view appName);
+  // Files start..end under bundleId/appName as new "manual" rows, one per calendar day covered,
+  // and deletes the rows in `replacing` in the same transaction so nothing counts twice.
+  Status nameTime(Instant start, Instant end, std::string_view bundleId, std::string_view appName,
+                  std::span<const Uuid> replacing);
+
+  // --- Category rules ---
+  Result<std::vector<CategoryRule>> categoryRules();  // oldest first
+  Status insertRule(const CategoryRule& rule);
+  Status updateRule(const CategoryRule& rule);
+  Status deleteRule(const Uuid& id);
+  Status deleteRulesForCategory(std::string_view categoryRaw);
+  Status deleteAllRules();
+
+  PersistenceController& persistence() { return persistence_; }
+
+ private:
+  Status insertRow(const Segment& row);
+  Result<std::vector<Segment>> fetch(std::string_view where,
+                                     const std::function<void(sql::Statement&)>& bind);
+  // Runs `change` in a transaction; commits, posts the change notice, or logs
+  // "<name> failed: <error>" and rolls back.
+  Status edit(std::string_view name, const std::function<Status()>& change);
+  void changed();
+  void refreshLongestRow();
+
+  PersistenceController& persistence_;
+  sql::Database& db_;
+  const Calendar& calendar_;
+  NoticeBus& notices_;
+  std::optional<sql::Statement> insertStatement_;
+  // The longest row in microseconds: bounds the index scan of interval fetches.
+  std::int64_t longestRowUs_ = 0;
+};
+
+}  // namespace velto

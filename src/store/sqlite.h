@@ -1,0 +1,98 @@
+// A thin RAII layer over SQLite's C API: connections and statements close themselves, and every
+// failure is a value carrying SQLite's message. No SQLite call in the store happens elsewhere.
+//
+// Thread: a Database and its statements are used from one thread at a time.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/result.h"
+
+namespace velto::sql {
+
+class Statement;
+
+class Database {
+ public:
+  // `flags` as for sqlite3_open_v2. ":memory:" opens a private in-memory database.
+  static Result<Database> open(const std::string& path, int flags);
+
+  Database(Database&&) noexcept = default;
+  Database& operator=(Database&&) noexcept = default;
+
+  Status exec(std::string_view sql);
+  Result<Statement> prepare(std::string_view sql);
+  int changes() const;
+  std::string lastError() const;
+  sqlite3* handle() const { return db_.get(); }
+
+ private:
+  struct Closer {
+    void operator()(sqlite3* db) const { sqlite3_close_v2(db); }
+  };
+  explicit Database(sqlite3* db) : db_(db) {}
+  std::unique_ptr<sqlite3, Closer> db_;
+};
+
+class Statement {
+ public:
+  Statement(Statement&&) noexcept = default;
+  Statement& operator=(Statement&&) noexcept = default;
+
+  // Binding indices start at 1. Text and blobs are copied by SQLite.
+  Statement& bind(int index, std::int64_t value);
+  Statement& bind(int index, double value);
+  Statement& bind(int index, std::string_view text);
+  Statement& bind(int index, const std::optional<std::string>& text);  // none binds NULL
+  Statement& bindBlob(int index, const void* data, size_t size);
+  Statement& bindNull(int index);
+
+  // True while a row is available; an error ends the iteration.
+  Result<bool> step();
+  // Runs a statement that returns no rows.
+  Status run();
+  // Clears bindings and rewinds for reuse.
+  void reset();
+  int parameterCount() const { return sqlite3_bind_parameter_count(statement_.get()); }
+
+  std::int64_t int64(int column) const;
+  double real(int column) const;
+  std::string text(int column) const;
+  std::optional<std::string> optionalText(int column) const;
+  std::string_view blob(int column) const;
+
+ private:
+  friend class Database;
+  struct Finalizer {
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+  };
+  Statement(sqlite3_stmt* statement, sqlite3* db) : statement_(statement), db_(db) {}
+  std::unique_ptr<sqlite3_stmt, Finalizer> statement_;
+  sqlite3* db_;
+  Status bindStatus_;
+};
+
+// BEGIN IMMEDIATE on construction; rolls back on destruction unless committed.
+class Transaction {
+ public:
+  explicit Transaction(Database& db);
+  ~Transaction();
+  Transaction(const Transaction&) = delete;
+  Transaction& operator=(const Transaction&) = delete;
+
+  const Status& began() const { return began_; }
+  Status commit();
+
+ private:
+  Database& db_;
+  Status began_;
+  bool open_ = false;
+};
+
+}  // namespace velto::sql
