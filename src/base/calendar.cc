@@ -186,6 +186,10 @@ int Calendar::hourOfDay(Instant at) const {
   return local(at).hour;
 }
 
+int Calendar::utcOffsetSeconds(Instant at) const {
+  return static_cast<int>(zone_->get_info(date::floor<std::chrono::seconds>(at)).offset.count());
+}
+
 std::optional<Instant> Calendar::startOfDayKey(std::string_view key) const {
   if (key.size() != 10 || key[4] != '-' || key[7] != '-') return std::nullopt;
   int year = 0;

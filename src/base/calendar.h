@@ -69,6 +69,8 @@ class Calendar {
   // The local day containing `at`.
   DateInterval dayInterval(Instant at) const;
   int hourOfDay(Instant at) const;
+  // The zone's offset from UTC at `at`, in seconds (east positive).
+  int utcOffsetSeconds(Instant at) const;
   // 1 = Sunday ... 7 = Saturday.
   Weekday weekday(Instant at) const;
   LocalDateTime local(Instant at) const;

@@ -20,6 +20,26 @@ std::string formatIso8601(Instant at) {
   return buffer;
 }
 
+std::string formatIso8601Local(Instant at, const Calendar& calendar) {
+  const int offset = calendar.utcOffsetSeconds(at);
+  const Instant local = at + std::chrono::seconds(offset);
+  std::string text = formatIso8601(local);
+  text.pop_back();  // the 'Z'
+  const auto millis = std::chrono::duration_cast<std::chrono::milliseconds>(
+                          local - date::floor<std::chrono::seconds>(local))
+                          .count();
+  if (millis != 0) {
+    char fraction[8];
+    std::snprintf(fraction, sizeof fraction, ".%03d", static_cast<int>(millis));
+    text += fraction;
+  }
+  const int minutes = std::abs(offset) / 60;
+  char zone[16];
+  std::snprintf(zone, sizeof zone, "%c%02d:%02d", offset < 0 ? '-' : '+', minutes / 60,
+                minutes % 60);
+  return text + zone;
+}
+
 namespace {
 
 // Reads exactly `count` digits at `pos`.

@@ -5,6 +5,9 @@ namespace velto::notices {
 
 // Segments were inserted, edited or deleted.
 inline constexpr const char* kSegmentsDidChange = "studio.kestrova.Velto.segmentsDidChange";
+// The user's category rules changed (posted with kSegmentsDidChange, whose figures they move).
+inline constexpr const char* kCategoryRulesDidChange =
+    "studio.kestrova.Velto.categoryRulesDidChange";
 // All recorded data was wiped.
 inline constexpr const char* kStoreDidWipe = "studio.kestrova.Velto.store.didWipe";
 // Another process wrote the tracking command file.

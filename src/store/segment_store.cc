@@ -222,6 +222,12 @@ Status SegmentStore::edit(std::string_view name, const std::function<Status()>& 
   return result;
 }
 
+Status SegmentStore::ruleEdit(std::string_view name, const std::function<Status()>& change) {
+  Status result = edit(name, change);
+  if (result) notices_.post(notices::kCategoryRulesDidChange);
+  return result;
+}
+
 Status SegmentStore::wipe() {
   Status wiped = edit("Segment wipe", [&] { return db_.exec("DELETE FROM segment"); });
   if (wiped) {
@@ -308,7 +314,7 @@ Result<std::vector<CategoryRule>> SegmentStore::categoryRules() {
 }
 
 Status SegmentStore::insertRule(const CategoryRule& rule) {
-  return edit("Category rule insert", [&]() -> Status {
+  return ruleEdit("Category rule insert", [&]() -> Status {
     Result<sql::Statement> statement = db_.prepare(
         "INSERT INTO category_rule (id, pattern, subject, category, created_us) "
         "VALUES (?,?,?,?,?)");
@@ -323,7 +329,7 @@ Status SegmentStore::insertRule(const CategoryRule& rule) {
 }
 
 Status SegmentStore::updateRule(const CategoryRule& rule) {
-  return edit("Category rule update", [&] {
+  return ruleEdit("Category rule update", [&] {
     return forEachId(db_,
                      "UPDATE category_rule SET pattern = ?, subject = ?, category = ?, "
                      "created_us = ? WHERE id = ?",
@@ -337,13 +343,13 @@ Status SegmentStore::updateRule(const CategoryRule& rule) {
 }
 
 Status SegmentStore::deleteRule(const Uuid& id) {
-  return edit("Category rule delete", [&] {
+  return ruleEdit("Category rule delete", [&] {
     return forEachId(db_, "DELETE FROM category_rule WHERE id = ?", std::span(&id, 1));
   });
 }
 
 Status SegmentStore::deleteRulesForCategory(std::string_view categoryRaw) {
-  return edit("Category rule delete", [&]() -> Status {
+  return ruleEdit("Category rule delete", [&]() -> Status {
     Result<sql::Statement> statement = db_.prepare("DELETE FROM category_rule WHERE category = ?");
     if (!statement) return Error{statement.error()};
     statement->bind(1, categoryRaw);
@@ -352,7 +358,7 @@ Status SegmentStore::deleteRulesForCategory(std::string_view categoryRaw) {
 }
 
 Status SegmentStore::deleteAllRules() {
-  return edit("Category rule reset", [&] { return db_.exec("DELETE FROM category_rule"); });
+  return ruleEdit("Category rule reset", [&] { return db_.exec("DELETE FROM category_rule"); });
 }
 
 }  // namespace velto

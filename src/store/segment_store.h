@@ -80,6 +80,8 @@ class SegmentStore final : public SegmentSink {
   // Runs `change` in a transaction; commits, posts the change notice, or logs
   // "<name> failed: <error>" and rolls back.
   Status edit(std::string_view name, const std::function<Status()>& change);
+  // edit() for category rules: also announces that the rules changed.
+  Status ruleEdit(std::string_view name, const std::function<Status()>& change);
   void changed();
   void refreshLongestRow();
 

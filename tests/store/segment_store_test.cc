@@ -57,11 +57,11 @@ TEST_F(StoreTest, IntervalFetchReturnsOverlappingRowsInOrder) {
   // A long named stretch that began well before the interval still counts.
   ASSERT_TRUE(store->nameTime(at("2026-11-21T01:00:00Z"), at("2026-11-21T23:00:00Z"),
                               "velto.manual.x", "x", {}));
+  // Held in a variable: ranging over *fetch() would range over a dead temporary.
+  const std::vector<Segment> rows =
+      store->fetchOverlapping(at("2026-11-21T09:00:00Z"), at("2026-11-21T10:00:00Z")).value();
   std::vector<std::string> names;
-  for (const Segment& row :
-       *store->fetchOverlapping(at("2026-11-21T09:00:00Z"), at("2026-11-21T10:00:00Z"))) {
-    names.push_back(row.bundleId);
-  }
+  for (const Segment& row : rows) names.push_back(row.bundleId);
   EXPECT_EQ(names, (std::vector<std::string>{"velto.manual.x", "across", "inside"}));
 }
 

@@ -1,0 +1,106 @@
+// The running program's services, built once at launch in a fixed order and kept for the life
+// of the process: settings, the store (schema brought up to date, then the retention purge),
+// categories with the user's rules, exclusions and the context resolver, and the tracking engine,
+// which starts once the store is open. Purges again when the day, the zone or the clock changes,
+// and stops in order on quit.
+//
+// The desktop (real or scripted) and the time base are handed in, so the same wiring runs the
+// recorder on a real session, in tests and in velto-replay.
+// Thread: main thread.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "base/calendar.h"
+#include "base/clock.h"
+#include "base/notice_bus.h"
+#include "base/scheduler.h"
+#include "categories/category_catalog.h"
+#include "categories/category_resolution.h"
+#include "context/context_resolver.h"
+#include "context/exclusion_store.h"
+#include "context/process_table.h"
+#include "recording/platform_sources.h"
+#include "recording/tracking_engine.h"
+#include "store/retention.h"
+#include "store/segment_store.h"
+#include "surfaces/settings.h"
+
+namespace velto {
+
+// What the services run on. Every reference must outlive the service set.
+struct Desktop {
+  FrontmostAppSource& front;
+  WindowTitleSource& titles;
+  IdleTimeSource& idleTime;
+  PowerAssertionSource& power;
+  SessionEventSource& session;
+  BrowserTabReader* browsers;  // null: no tab reading
+  ProcessTable* processes;     // null: no tool probing
+  const Clock& clock;
+  Scheduler& scheduler;
+};
+
+struct ServicePaths {
+  std::filesystem::path settingsFile;                 // settings.json
+  std::optional<std::filesystem::path> dataFolder;    // store and checkpoint; none: memory only
+  std::optional<std::filesystem::path> sharedFolder;  // command file; none: no commands
+};
+
+// The paths of the user's session (XDG folders).
+ServicePaths defaultServicePaths();
+
+class ServiceSet {
+ public:
+  ServiceSet(Desktop desktop, ServicePaths paths, Calendar calendar);
+  ~ServiceSet();
+
+  // Purges by retention and starts recording.
+  void start();
+  // Stops recording (the open segment closes with "appQuit") and the timers.
+  void quit();
+
+  // Called with every segment handed to the store, after it is stored.
+  std::function<void(const RecordedSegment&)> onRecorded;
+
+  NoticeBus& notices() { return notices_; }
+  Calendar& calendar() { return calendar_; }
+  Settings& settings() { return settings_; }
+  SegmentStore& store() { return *store_; }
+  PersistenceController& persistence() { return persistence_; }
+  ExclusionStore& exclusions() { return exclusions_; }
+  CategoryCatalog& categories() { return categories_; }
+  // The category resolver for the rules as they are now; reports keep the one they started with.
+  std::shared_ptr<const CategoryResolver> categoryResolver() const { return resolution_.current(); }
+  TrackingEngine& engine() { return *engine_; }
+  TrackingCommand& commands() { return commands_; }
+
+ private:
+  class RecordingSink;
+  void armMidnight();
+  void dayOrClockChanged();
+  void reloadRules();
+
+  Desktop desktop_;
+  NoticeBus notices_;
+  Calendar calendar_;
+  Settings settings_;
+  PersistenceController persistence_;
+  std::unique_ptr<SegmentStore> store_;
+  std::shared_ptr<RecordingSink> sink_;
+  RetentionPurge retention_;
+  CategoryCatalog categories_;
+  CategoryResolution resolution_;
+  Subscription rulesChanged_;
+  ExclusionStore exclusions_;
+  ContextResolver resolver_;
+  FileSegmentCheckpoints checkpoints_;
+  TrackingCommand commands_;
+  std::unique_ptr<TrackingEngine> engine_;
+  Timer midnight_;
+};
+
+}  // namespace velto

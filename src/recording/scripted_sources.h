@@ -1,0 +1,121 @@
+// Desktop sources driven by a script instead of a desktop: the engine's tests and velto-replay
+// set what the desktop "shows" and the engine reads it through the usual interfaces.
+//
+// Thread: main thread, like the real sources.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/clock.h"
+#include "recording/platform_sources.h"
+
+namespace velto {
+
+class ScriptedFrontmostApp final : public FrontmostAppSource {
+ public:
+  std::optional<RunningApplication> frontmostApplication() override { return front_; }
+  void setActivationHandler(
+      std::function<void(const std::optional<RunningApplication>&)> handler) override {
+    handler_ = std::move(handler);
+  }
+  // Brings `application` to the front and announces it as the desktop would.
+  void activate(const std::optional<RunningApplication>& application) {
+    front_ = application;
+    if (handler_) handler_(front_);
+  }
+  // Changes the front application without an announcement (a missed event).
+  void setSilently(const std::optional<RunningApplication>& application) { front_ = application; }
+
+ private:
+  std::optional<RunningApplication> front_;
+  std::function<void(const std::optional<RunningApplication>&)> handler_;
+};
+
+class ScriptedWindowTitles final : public WindowTitleSource {
+ public:
+  bool observe(int pid, std::function<void()> onChange) override {
+    observedPid_ = pid;
+    onChange_ = std::move(onChange);
+    ++observeCalls;
+    return true;
+  }
+  void stop() override {
+    observedPid_.reset();
+    onChange_ = nullptr;
+  }
+  std::optional<std::string> focusedWindowTitle(int pid) override {
+    ++titleReads;
+    auto found = titles_.find(pid);
+    if (found == titles_.end()) return std::nullopt;
+    return found->second;
+  }
+  // Sets `pid`'s focused window title, announcing it when that process is observed.
+  void setTitle(int pid, std::optional<std::string> title) {
+    if (title) {
+      titles_[pid] = *title;
+    } else {
+      titles_.erase(pid);
+    }
+    if (observedPid_ == pid && onChange_) onChange_();
+  }
+  std::optional<int> observedPid() const { return observedPid_; }
+  int observeCalls = 0;
+  int titleReads = 0;  // one per enrichment of a process with a window
+
+ private:
+  std::map<int, std::string> titles_;
+  std::optional<int> observedPid_;
+  std::function<void()> onChange_;
+};
+
+// Idle seconds follow the clock: zero while the user is active, growing from the moment they
+// went away.
+class ScriptedIdleTime final : public IdleTimeSource {
+ public:
+  explicit ScriptedIdleTime(const Clock& clock) : clock_(clock) {}
+  double secondsSinceLastInput() override {
+    return awaySince_ ? std::max(0.0, secondsBetween(*awaySince_, clock_.now())) : 0.0;
+  }
+  void active() { awaySince_.reset(); }
+  void away(Instant since) { awaySince_ = since; }
+
+ private:
+  const Clock& clock_;
+  std::optional<Instant> awaySince_;
+};
+
+// Media presence as a plain switch: when on, the front process holds a display-sleep hold.
+class ScriptedPowerAssertions final : public PowerAssertionSource {
+ public:
+  std::vector<RunningApplication> runningApplications() override { return running; }
+  std::optional<std::vector<std::string>> assertionTypes(int pid) override {
+    if (failing) return std::nullopt;
+    auto found = holds.find(pid);
+    if (found != holds.end()) return found->second;
+    if (mediaEverywhere) return std::vector<std::string>{"PreventUserIdleDisplaySleep"};
+    return std::vector<std::string>{};
+  }
+  std::vector<RunningApplication> running;
+  std::map<int, std::vector<std::string>> holds;
+  bool mediaEverywhere = false;
+  bool failing = false;
+};
+
+class ScriptedSessionEvents final : public SessionEventSource {
+ public:
+  void setHandler(std::function<void(SessionSignal)> handler) override {
+    handler_ = std::move(handler);
+  }
+  void send(SessionSignal signal) {
+    if (handler_) handler_(signal);
+  }
+
+ private:
+  std::function<void(SessionSignal)> handler_;
+};
+
+}  // namespace velto
