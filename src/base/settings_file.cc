@@ -145,7 +145,10 @@ SettingsFile::ChangedKeys SettingsFile::save() {
     }
     badStamp_.reset();
   }
-  if (Status written = files::writeAtomically(path_, values_.dump(2) + "\n", 0600); !written) {
+  // Text that is not UTF-8 is written with replacement characters rather than lost whole.
+  const std::string text =
+      values_.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+  if (Status written = files::writeAtomically(path_, text, 0600); !written) {
     log::error("Could not save settings: %{public}s", written.error());
     return {};
   }

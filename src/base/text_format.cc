@@ -20,10 +20,18 @@ bool isConversion(char c) {
 }
 
 // Length of the placeholder starting at pattern[i] == '%', or 0 when it is none. A placeholder
-// is '%', an optional "{...}" privacy annotation, optional length modifiers (l, ll, h, z, q) and
-// a conversion character.
-size_t placeholderLength(std::string_view pattern, size_t i) {
+// is '%', an optional argument position ("2$", counted from 1, stored in `position`), an
+// optional "{...}" privacy annotation, optional length modifiers (l, ll, h, z, q) and a
+// conversion character.
+size_t placeholderLength(std::string_view pattern, size_t i, size_t& position) {
   size_t j = i + 1;
+  position = 0;
+  size_t digits = j;
+  while (digits < pattern.size() && pattern[digits] >= '0' && pattern[digits] <= '9') ++digits;
+  if (digits > j && digits < pattern.size() && pattern[digits] == '$') {
+    for (size_t k = j; k < digits; ++k) position = position * 10 + (pattern[k] - '0');
+    j = digits + 1;
+  }
   if (j < pattern.size() && pattern[j] == '{') {
     const size_t close = pattern.find('}', j);
     if (close == std::string_view::npos) return 0;
@@ -51,9 +59,10 @@ std::string fillPlaceholders(std::string_view pattern, const std::vector<std::st
         i += 2;
         continue;
       }
-      if (const size_t length = placeholderLength(pattern, i); length > 0) {
-        if (next < args.size()) out += args[next];
-        ++next;
+      size_t position = 0;
+      if (const size_t length = placeholderLength(pattern, i, position); length > 0) {
+        const size_t index = position > 0 ? position - 1 : next++;
+        if (index < args.size()) out += args[index];
         i += length;
         continue;
       }

@@ -1,7 +1,8 @@
 // Fills the placeholders of a fixed message with arguments, in order.
 //
-// A placeholder is '%', an optional "{...}" annotation, optional length modifiers and one of
-// @ s d i u f g: "%@", "%lld", "%{public}s", "%{public}ld", "%{bool,public}d". "%%" is a '%'. Log
+// A placeholder is '%', an optional argument position, an optional "{...}" annotation, optional
+// length modifiers and one of @ s d i u f g: "%@", "%2$@", "%lld", "%{public}s", "%{public}ld",
+// "%{bool,public}d". Placeholders without a position take the arguments in order. "%%" is '%'. Log
 // lines and catalog texts are kept in code exactly as they are written, and this turns them into
 // the text that is shown or logged.
 #pragma once

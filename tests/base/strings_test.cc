@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <optional>
@@ -12,26 +13,47 @@
 namespace velto {
 namespace {
 
-// The placeholders of `text` in order. Anything else after a '%' (other than "%%") is reported
-// as "%?" so that a mistyped placeholder in a translation never matches English.
+// The placeholders of `text` in argument order: a positional one ("%2$@") counts as its kind
+// ("%@") at its position, so a translation may reorder arguments but not drop or repeat one.
+// Anything else after a '%' (other than "%%") is reported as "%?" so that a mistyped
+// placeholder in a translation never matches English.
 std::vector<std::string> placeholdersOf(std::string_view text) {
   static constexpr std::array<std::string_view, 8> kKinds = {
       "%{bool,public}d", "%{public}s", "%{public}d", "%{public}@", "%lld", "%@", "%d", "%s"};
-  std::vector<std::string> out;
+  std::vector<std::pair<size_t, std::string>> found;  // (argument position, kind)
+  size_t next = 1;
   for (size_t i = text.find('%'); i != std::string_view::npos; i = text.find('%', i)) {
     if (text.substr(i, 2) == "%%") {
       i += 2;
       continue;
     }
-    std::string_view found = "%?";
-    for (std::string_view kind : kKinds) {
-      if (text.substr(i, kind.size()) == kind) {
-        found = kind;
+    size_t j = i + 1;
+    size_t position = 0;
+    while (j < text.size() && text[j] >= '0' && text[j] <= '9')
+      position = position * 10 + (text[j++] - '0');
+    if (j > i + 1 && j < text.size() && text[j] == '$') {
+      ++j;
+    } else {
+      j = i + 1;
+      position = 0;
+    }
+    // The kind as written without its position: '%' and what follows the position.
+    const std::string rest = "%" + std::string(text.substr(j, 16));
+    std::string kind = "%?";
+    for (std::string_view candidate : kKinds) {
+      if (rest.starts_with(candidate)) {
+        kind = candidate;
         break;
       }
     }
-    out.emplace_back(found);
-    i += found == "%?" ? 1 : found.size();
+    found.emplace_back(position > 0 ? position : next++, kind);
+    i = kind == "%?" ? j : j + kind.size() - 1;
+  }
+  std::stable_sort(found.begin(), found.end(),
+                   [](const auto& a, const auto& b) { return a.first < b.first; });
+  std::vector<std::string> out;
+  for (size_t k = 0; k < found.size(); ++k) {
+    out.push_back(found[k].first == k + 1 ? found[k].second : "%?");  // positions 1..n, once each
   }
   return out;
 }
@@ -75,6 +97,8 @@ TEST(StringsTest, PlaceholderScanRecognisesKindsAndFlagsTypos) {
   EXPECT_EQ(placeholdersOf("%@ of %lld, 100%%"), (List{"%@", "%lld"}));
   EXPECT_EQ(placeholdersOf("failed: %{public}s"), (List{"%{public}s"}));
   EXPECT_EQ(placeholdersOf("% @ and %ld"), (List{"%?", "%?"}));
+  EXPECT_EQ(placeholdersOf("%2$@ içinde %1$@"), (List{"%@", "%@"}));
+  EXPECT_EQ(placeholdersOf("%1$@ and %1$@"), (List{"%@", "%?"}));
 }
 
 TEST(StringsTest, HelpKeepsOptionNames) {

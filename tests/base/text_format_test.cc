@@ -27,6 +27,9 @@ TEST(TextFormatTest, FillsEveryPlaceholderKindInOrder) {
       {"missing %@ and %@", {"one"}, "missing one and "},
       {"no placeholders", {"extra"}, "no placeholders"},
       {"trailing %", {}, "trailing %"},
+      {"%1$@ of %2$@ today", {"45m", "1h"}, "45m of 1h today"},
+      {"%2$@ içinde %1$@", {"45m", "1h"}, "1h içinde 45m"},
+      {"%1$@ of %2$@ - over by %3$@ (%1$@)", {"a", "b", "c"}, "a of b - over by c (a)"},
       {"%{public} unclosed", {"x"}, "%{public} unclosed"},
       {"50% off %x", {"x"}, "50% off %x"},
   };

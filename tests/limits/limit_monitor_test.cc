@@ -1,0 +1,213 @@
+#include "limits/limit_monitor.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <nlohmann/json.hpp>
+
+#include "base/manual_scheduler.h"
+#include "base/notices.h"
+#include "surfaces/settings_keys.h"
+#include "test_support/log_capture.h"
+#include "test_support/temp_dir.h"
+#include "test_support/time_helpers.h"
+
+namespace velto {
+namespace {
+
+using testing::at;
+using Subject = UsageLimit::Subject;
+using Kind = UsageLimit::Kind;
+using Span = UsageLimit::Span;
+
+// Spent time as a rate: `perDay` seconds on every day, spread evenly over 08:00-18:00 UTC.
+class ScriptedSpentTime final : public SpentTimeSource {
+ public:
+  double spentSeconds(const Subject& subject, Instant start, Instant end) override {
+    ++calls;
+    const double rate = perDay[subject.key()] / (10 * 3600.0);
+    double total = 0;
+    for (Instant day = Instant(std::chrono::floor<std::chrono::days>(start)); day < end;
+         day += std::chrono::days(1)) {
+      const Instant from = std::max(start, day + std::chrono::hours(8));
+      const Instant to = std::min(end, day + std::chrono::hours(18));
+      if (from < to) total += rate * secondsBetween(from, to);
+    }
+    return total;
+  }
+  std::map<std::string, double> perDay;
+  int calls = 0;
+};
+
+class LimitMonitorTest : public ::testing::Test {
+ protected:
+  LimitMonitorTest() {
+    settings.setGoalAlertsEnabled(true);
+    monitor = std::make_unique<LimitMonitor>(LimitMonitorEnvironment{
+        store, settings, calendar, scheduler, scheduler, bus, center, spent, nullptr,
+        [this] { return paused; }, [] { return std::string("en"); }});
+  }
+
+  std::vector<std::string> titles() const {
+    std::vector<std::string> out;
+    for (const NotificationRequest& r : center.posted) out.push_back(r.title);
+    return out;
+  }
+
+  testing::TempDir dir;
+  testing::LogCapture logs;
+  // Saturday 2026-11-21 08:00 UTC.
+  ManualScheduler scheduler{at("2026-11-21T08:00:00Z")};
+  Calendar calendar = *Calendar::named("UTC", 2);
+  NoticeBus bus;
+  Settings settings{dir / "settings.json", bus};
+  LimitStore store{settings, bus, scheduler};
+  InMemoryNotificationCenter center;
+  ScriptedSpentTime spent;
+  bool paused = false;
+  std::unique_ptr<LimitMonitor> monitor;
+};
+
+TEST_F(LimitMonitorTest, NearThenReachedOncePerDay) {
+  spent.perDay["app:firefox"] = 10 * 3600;  // one second per second from 08:00
+  store.set(Subject::app("firefox", "Firefox"), Kind::limit, Span::day, 3600);
+  monitor->start();
+  scheduler.advanceTo(at("2026-11-21T08:47:00Z"));  // 47 min: 78 %
+  EXPECT_TRUE(center.posted.empty());
+  scheduler.advanceTo(at("2026-11-21T08:49:00Z"));  // 49 min: 81 %
+  EXPECT_EQ(titles(), (std::vector<std::string>{"Firefox is close to today's limit"}));
+  EXPECT_EQ(center.posted[0].body, "48m of 1h used today.");
+  EXPECT_EQ(center.posted[0].categoryIdentifier, "velto.limit");
+  scheduler.advanceTo(at("2026-11-21T12:00:00Z"));
+  ASSERT_EQ(center.posted.size(), 2u);
+  EXPECT_EQ(center.posted[1].title, "Firefox has hit today's limit");
+  EXPECT_EQ(center.posted[1].body, "1h today, out of 1h.");
+  EXPECT_TRUE(center.posted[1].identifier.starts_with("velto.limit."));
+  EXPECT_TRUE(logs.contains("Limit alert sent (reached)"));
+
+  // A restart the same day sends nothing again; the next day alerts anew.
+  monitor = std::make_unique<LimitMonitor>(
+      LimitMonitorEnvironment{store, settings, calendar, scheduler, scheduler, bus, center, spent,
+                              nullptr, [] { return false; }, [] { return std::string("en"); }});
+  monitor->start();
+  EXPECT_EQ(center.posted.size(), 2u);
+  scheduler.advanceTo(at("2026-11-22T08:50:00Z"));
+  EXPECT_EQ(center.posted.size(), 3u);
+}
+
+TEST_F(LimitMonitorTest, WarnRatioSettings) {
+  struct Case {
+    const char* what;
+    std::optional<double> stored;
+    bool nearSent;
+  };
+  const Case cases[] = {
+      {"default 0.8", std::nullopt, true},        {"0.9 not yet", 0.9, false},
+      {"1.5 reads as 1: near never", 1.5, false}, {"0 turns it off", 0.0, false},
+      {"negative turns it off", -1.0, false},
+  };
+  spent.perDay["total"] = 10 * 3600;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    center.posted.clear();
+    settings.setJson(keys::kLimitAlerts, nlohmann::json::object());
+    if (c.stored) {
+      settings.setLimitWarnRatio(*c.stored);
+    } else {
+      settings.setJson(keys::kLimitWarnRatio, nullptr);
+    }
+    store.set(Subject::total(), Kind::limit, Span::day, 3600);
+    scheduler.jumpClockTo(at("2026-11-21T08:51:00Z"));  // 85 %
+    monitor->check();
+    EXPECT_EQ(!center.posted.empty(), c.nearSent);
+    if (c.nearSent) {
+      EXPECT_EQ(center.posted[0].title, "You are close to today's limit");
+    }
+  }
+}
+
+TEST_F(LimitMonitorTest, AWeekRuleAlertsOncePerCalendarWeek) {
+  spent.perDay["category:social"] = 3600;  // an hour a day, 08:00-18:00
+  store.set(Subject::category("social"), Kind::limit, Span::week, 6 * 3600);
+  // Saturday morning: Monday to Friday of this week (from the 16th) hold 5 h, 83 %.
+  monitor->start();
+  EXPECT_EQ(titles(), (std::vector<std::string>{"social is close to this week's limit"}));
+  EXPECT_EQ(center.posted[0].categoryIdentifier, "velto.limit.week");
+  scheduler.advanceTo(at("2026-11-21T18:00:00Z"));
+  EXPECT_EQ(center.posted.size(), 2u);
+  EXPECT_EQ(center.posted[1].title, "social has hit this week's limit");
+  scheduler.advanceTo(at("2026-11-22T20:00:00Z"));  // Sunday: the same week, nothing again
+  EXPECT_EQ(center.posted.size(), 2u);
+  scheduler.advanceTo(at("2026-11-27T18:00:00Z"));  // next Friday: near again
+  EXPECT_EQ(center.posted.size(), 3u);
+  scheduler.advanceTo(at("2026-11-28T18:00:00Z"));
+  EXPECT_EQ(center.posted.size(), 4u);
+  // The completed days were summed once per day, not every minute.
+  EXPECT_LT(spent.calls, 2 * 10500);
+}
+
+TEST_F(LimitMonitorTest, GoalsNeedTheirSwitchAndWithoutPermissionAreRetriedLater) {
+  spent.perDay["category:reading"] = 10 * 3600;
+  store.set(Subject::category("reading"), Kind::goal, Span::day, 1800);
+  settings.setGoalAlertsEnabled(false);
+  monitor->start();
+  scheduler.advanceTo(at("2026-11-21T09:00:00Z"));
+  EXPECT_TRUE(center.posted.empty());
+
+  settings.setGoalAlertsEnabled(true);
+  center.status = NotificationAuthorization::denied;
+  scheduler.advanceTo(at("2026-11-21T09:02:00Z"));
+  EXPECT_TRUE(center.posted.empty());
+  EXPECT_TRUE(settings.json(keys::kLimitAlerts)->empty());  // forgotten again
+
+  center.status = NotificationAuthorization::provisional;
+  scheduler.advanceTo(at("2026-11-21T09:04:00Z"));
+  EXPECT_EQ(titles(), (std::vector<std::string>{"reading: today's goal met"}));
+}
+
+TEST_F(LimitMonitorTest, BothSwitchesOffOrPausedDoesNothingNotEvenPruning) {
+  spent.perDay["total"] = 10 * 3600;
+  store.set(Subject::total(), Kind::limit, Span::day, 60);
+  settings.setJson(keys::kLimitAlerts, nlohmann::json{{"OLD:near", "2020-01-01"}});
+  settings.setLimitAlertsEnabled(false);
+  settings.setGoalAlertsEnabled(false);
+  monitor->start();
+  scheduler.advanceBy(3600);
+  EXPECT_TRUE(center.posted.empty());
+  EXPECT_EQ(settings.json(keys::kLimitAlerts)->size(), 1u);
+
+  settings.setLimitAlertsEnabled(true);
+  paused = true;
+  scheduler.advanceBy(120);
+  EXPECT_TRUE(center.posted.empty());
+  paused = false;
+  scheduler.advanceBy(60);
+  EXPECT_EQ(center.posted.size(), 1u);
+  EXPECT_FALSE(settings.json(keys::kLimitAlerts)->contains("OLD:near"));  // pruned
+}
+
+TEST_F(LimitMonitorTest, ADisabledRuleIsNeitherAlertedNorKeptInMemory) {
+  spent.perDay["total"] = 10 * 3600;
+  store.set(Subject::total(), Kind::limit, Span::day, 60);
+  monitor->start();
+  scheduler.advanceBy(120);
+  ASSERT_EQ(center.posted.size(), 1u);
+  store.setEnabled(store.limits()[0].id, false);
+  scheduler.advanceBy(120);
+  // No enabled rule: the check stops before pruning; the entry waits for its day to end.
+  EXPECT_EQ(center.posted.size(), 1u);
+}
+
+TEST_F(LimitMonitorTest, AFailedPostIsNotRetried) {
+  spent.perDay["total"] = 10 * 3600;
+  center.failWith = "no server";
+  store.set(Subject::total(), Kind::limit, Span::day, 60);
+  monitor->start();
+  scheduler.advanceBy(120);
+  center.failWith.clear();
+  scheduler.advanceBy(600);
+  EXPECT_TRUE(center.posted.empty());
+}
+
+}  // namespace
+}  // namespace velto
