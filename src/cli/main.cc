@@ -1,32 +1,53 @@
-// The `velto` command line. Commands arrive with the features they drive; for now it answers
-// --help and --version.
+// The `velto` command line: `velto <command> [options]`; `velto --help` lists the commands.
 #include <cstdio>
 #include <string>
 #include <string_view>
 
 #include "base/strings.h"
+#include "cli/command.h"
+#include "platform/linux/journal_log_sink.h"
 
 namespace {
 
+void print(std::FILE* out, const std::string& text) {
+  std::fputs(text.c_str(), out);
+  std::fputc('\n', out);
+}
+
 int printHelp(const std::string& language) {
-  std::fputs(velto::i18n::text(language, "cli.help").c_str(), stdout);
-  std::fputc('\n', stdout);
+  print(stdout, velto::i18n::text(language, "cli.help"));
+  if (!velto::cli::commands().empty()) {
+    print(stdout, "\n" + velto::i18n::text(language, "cli.commands"));
+    for (const velto::cli::Command& command : velto::cli::commands()) {
+      std::string name = command.name;
+      name.resize(std::max<size_t>(name.size(), 12), ' ');
+      print(stdout, "  " + name + " " + velto::i18n::text(language, command.summaryKey));
+    }
+  }
   return 0;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  velto::platform::installLogSinks();
   const std::string language = velto::i18n::resolveLanguage("auto");
   if (argc < 2) return printHelp(language);
-  const std::string_view command = argv[1];
-  if (command == "--help" || command == "-h" || command == "help") return printHelp(language);
-  if (command == "--version") {
+  const std::string_view first = argv[1];
+  if (first == "--help" || first == "-h" || first == "help") return printHelp(language);
+  if (first == "--version") {
     std::printf("velto %s\n", VELTO_VERSION);
     return 0;
   }
-  std::fputs(velto::i18n::text(language, "cli.unknownCommand %@", std::string(command)).c_str(),
-             stderr);
-  std::fputc('\n', stderr);
+  for (const velto::cli::Command& command : velto::cli::commands()) {
+    if (command.name != first) continue;
+    velto::cli::Invocation invocation{{argv + 2, argv + argc}, language};
+    if (velto::cli::wantsHelp(invocation.args)) {
+      print(stdout, velto::i18n::text(language, command.helpKey));
+      return 0;
+    }
+    return command.run(invocation);
+  }
+  print(stderr, velto::i18n::text(language, "cli.unknownCommand %@", std::string(first)));
   return 2;
 }

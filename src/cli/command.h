@@ -1,0 +1,38 @@
+// The `velto` command line: one Command per file, registered at start-up, so commands can be
+// added without touching the dispatcher.
+//
+// Output conventions: data goes to stdout (as JSON with --json where a command prints data),
+// messages and progress to stderr. Exit status: 0 success, 1 failure, 2 bad usage.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velto::cli {
+
+struct Invocation {
+  std::vector<std::string> args;  // after the command name
+  std::string language;           // interface language for every text shown
+};
+
+struct Command {
+  std::string name;        // "export"
+  std::string summaryKey;  // catalog key of the one-line summary shown by `velto --help`
+  std::string helpKey;     // catalog key of the text shown by `velto <name> --help`
+  std::function<int(const Invocation&)> run;
+};
+
+// Adds a command; call from a static Registration in the command's own file.
+void registerCommand(Command command);
+const std::vector<Command>& commands();
+
+struct Registration {
+  explicit Registration(Command command) { registerCommand(std::move(command)); }
+};
+
+// True when `args` asks for help (--help or -h anywhere).
+bool wantsHelp(const std::vector<std::string>& args);
+
+}  // namespace velto::cli
