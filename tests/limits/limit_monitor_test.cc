@@ -189,12 +189,15 @@ TEST_F(LimitMonitorTest, BothSwitchesOffOrPausedDoesNothingNotEvenPruning) {
 TEST_F(LimitMonitorTest, ADisabledRuleIsNeitherAlertedNorKeptInMemory) {
   spent.perDay["total"] = 10 * 3600;
   store.set(Subject::total(), Kind::limit, Span::day, 60);
+  store.set(Subject::category("coding"), Kind::goal, Span::week, 1e9);  // never met
   monitor->start();
   scheduler.advanceBy(120);
   ASSERT_EQ(center.posted.size(), 1u);
+  ASSERT_EQ(settings.json(keys::kLimitAlerts)->size(), 1u);
   store.setEnabled(store.limits()[0].id, false);
-  scheduler.advanceBy(120);
-  // No enabled rule: the check stops before pruning; the entry waits for its day to end.
+  // Only the week goal's stamp is current now: the disabled rule's entry goes.
+  EXPECT_TRUE(settings.json(keys::kLimitAlerts)->empty());
+  scheduler.advanceBy(600);
   EXPECT_EQ(center.posted.size(), 1u);
 }
 

@@ -205,6 +205,24 @@ TEST_F(SummaryTest, WithoutPermissionTheDayStaysOpenAndShortDaysAreNotRetried) {
   EXPECT_TRUE(logs.contains("Daily summary has nothing worth saying - skipped"));
 }
 
+TEST_F(SummaryTest, AsleepAtTheHourSendsOnWakingThatDayButNeverLate) {
+  figures.add("2026-11-24", "coding", 7200);
+  figures.add("2026-11-25", "coding", 7200);
+  DailySummaryComposer composer(figures, calendar, nullptr);
+  DailySummaryScheduler daily(env, composer, {});
+  settings.setDailySummaryEnabled(true);
+  daily.start();
+  // Asleep through 18:00; woken at 21:30 the same day.
+  scheduler.jumpClockTo(at("2026-11-24T20:30:00Z"));
+  bus.post("studio.kestrova.Velto.dayDidChange");
+  ASSERT_EQ(center.posted.size(), 1u);
+  // Asleep from 17:30 the next day until the morning after: that evening is never sent.
+  scheduler.jumpClockTo(at("2026-11-26T07:00:00Z"));
+  bus.post("studio.kestrova.Velto.dayDidChange");
+  EXPECT_EQ(center.posted.size(), 1u);
+  EXPECT_EQ(daily.nextFireDate(scheduler.now()), at("2026-11-26T17:00:00Z"));
+}
+
 class DigestTest : public SummaryTest {
  protected:
   // Fills a week (starting Monday `monday`) with `days` recorded days of `perCategory`.
