@@ -182,6 +182,14 @@ DateInterval Calendar::weekInterval(Instant at) const {
           resolve(zone_, LocalTime((first + date::days(7)).time_since_epoch()))};
 }
 
+Instant Calendar::atTimeOfDay(Instant day, int hour, int minute) const {
+  LocalDateTime time = local(startOfDay(day));
+  time.hour = hour;
+  time.minute = minute;
+  time.second = 0;
+  return instant(time);
+}
+
 int Calendar::hourOfDay(Instant at) const {
   return local(at).hour;
 }

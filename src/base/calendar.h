@@ -76,6 +76,9 @@ class Calendar {
   LocalDateTime local(Instant at) const;
   // The instant of a local wall time (same rules for skipped and repeated times as addDays).
   Instant instant(const LocalDateTime& local) const;
+  // `hour`:`minute` on the local day containing `day` (a skipped time moves forward by the
+  // gap, a repeated one takes its earlier instant).
+  Instant atTimeOfDay(Instant day, int hour, int minute = 0) const;
   // The start of the local day named by a "yyyy-MM-dd" key; none for a malformed key.
   std::optional<Instant> startOfDayKey(std::string_view dayKey) const;
 

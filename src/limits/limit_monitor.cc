@@ -34,15 +34,15 @@ LimitMonitor::~LimitMonitor() {
 
 void LimitMonitor::start() {
   limitsChanged_ = env_.store.subscribe([this] { check(); });
-  dataChanged_ = env_.notices.subscribe(notices::kSegmentsDidChange, [this] {
+  dataChanged_ = env_.common.notices.subscribe(notices::kSegmentsDidChange, [this] {
     weekCache_.clear();
     check();
   });
-  dayChanged_ = env_.notices.subscribe(notices::kDayDidChange, [this] {
+  dayChanged_ = env_.common.notices.subscribe(notices::kDayDidChange, [this] {
     weekCache_.clear();
     check();
   });
-  timer_ = env_.scheduler.repeating(60, 10, [this] { check(); });
+  timer_ = env_.common.scheduler.repeating(60, 10, [this] { check(); });
   check();
 }
 
@@ -62,20 +62,20 @@ std::string LimitMonitor::memoryKey(const UsageLimit& limit, AlertLevel level) {
 }
 
 std::string LimitMonitor::periodStamp(const UsageLimit& limit) const {
-  const Instant now = env_.clock.now();
-  if (limit.span == UsageLimit::Span::day) return env_.calendar.dayKey(now);
-  return "w:" + env_.calendar.dayKey(env_.calendar.weekInterval(now).start);
+  const Instant now = env_.common.clock.now();
+  if (limit.span == UsageLimit::Span::day) return env_.common.calendar.dayKey(now);
+  return "w:" + env_.common.calendar.dayKey(env_.common.calendar.weekInterval(now).start);
 }
 
 double LimitMonitor::spentInSpan(const UsageLimit& limit) {
-  const Instant now = env_.clock.now();
-  const Instant today = env_.calendar.startOfDay(now);
+  const Instant now = env_.common.clock.now();
+  const Instant today = env_.common.calendar.startOfDay(now);
   const double todaySpent = env_.spent.spentSeconds(limit.subject, today, now);
   if (limit.span == UsageLimit::Span::day) return todaySpent;
   // The week's completed days change with the day (hence the key) and with edits of recorded
   // time (which clear the cache).
-  const Instant weekStart = env_.calendar.weekInterval(now).start;
-  const std::string key = limit.subject.key() + "@" + env_.calendar.dayKey(today);
+  const Instant weekStart = env_.common.calendar.weekInterval(now).start;
+  const std::string key = limit.subject.key() + "@" + env_.common.calendar.dayKey(today);
   auto cached = weekCache_.find(key);
   if (cached == weekCache_.end()) {
     cached =
@@ -94,13 +94,13 @@ std::vector<LimitProgress> LimitMonitor::progress() {
 }
 
 void LimitMonitor::check() {
-  const bool limitsOn = env_.settings.limitAlertsEnabled();
-  const bool goalsOn = env_.settings.goalAlertsEnabled();
+  const bool limitsOn = env_.common.settings.limitAlertsEnabled();
+  const bool goalsOn = env_.common.settings.goalAlertsEnabled();
   if (!limitsOn && !goalsOn) return;
   if (env_.isPaused && env_.isPaused()) return;
   const std::vector<LimitProgress> all = progress();
   if (all.empty()) return;
-  const std::optional<double> ratio = env_.settings.limitWarnRatio();
+  const std::optional<double> ratio = env_.common.settings.limitWarnRatio();
   for (const LimitProgress& p : all) {
     if (p.limit.kind == UsageLimit::Kind::goal) {
       if (goalsOn && p.isOverOrMet()) alert(p, AlertLevel::goalReached);
@@ -127,7 +127,7 @@ void LimitMonitor::check() {
 
 std::map<std::string, std::string> LimitMonitor::readMemory() const {
   std::map<std::string, std::string> memory;
-  const std::optional<nlohmann::json> stored = env_.settings.json(keys::kLimitAlerts);
+  const std::optional<nlohmann::json> stored = env_.common.settings.json(keys::kLimitAlerts);
   if (!stored || !stored->is_object()) return memory;
   for (const auto& [key, value] : stored->items()) {
     if (value.is_string()) memory.emplace(key, value.get<std::string>());
@@ -136,7 +136,7 @@ std::map<std::string, std::string> LimitMonitor::readMemory() const {
 }
 
 void LimitMonitor::writeMemory(const std::map<std::string, std::string>& memory) {
-  env_.settings.setJson(keys::kLimitAlerts, nlohmann::json(memory));
+  env_.common.settings.setJson(keys::kLimitAlerts, nlohmann::json(memory));
 }
 
 namespace {
@@ -185,7 +185,7 @@ void LimitMonitor::alert(const LimitProgress& progress, AlertLevel level) {
   memory[key] = stamp;
   writeMemory(memory);
 
-  const std::string language = env_.language ? env_.language() : "en";
+  const std::string language = env_.common.currentLanguage();
   const DurationText& duration = DurationText::forLanguage(language);
   const AlertTexts texts = textsFor(level, progress.limit.span);
   const bool total = progress.limit.subject.kind == UsageLimit::Subject::Kind::total;
@@ -199,18 +199,17 @@ void LimitMonitor::alert(const LimitProgress& progress, AlertLevel level) {
   request.categoryIdentifier =
       std::string(progress.limit.span == UsageLimit::Span::week ? NotificationRouter::kLimitWeek
                                                                 : NotificationRouter::kLimit);
-
-  env_.notifications.authorizationStatus(
-      [this, key, request, level](NotificationAuthorization status) {
-        if (!mayPost(status)) {
-          std::map<std::string, std::string> again = readMemory();
-          if (again.erase(key) > 0) writeMemory(again);
-          return;
-        }
-        env_.notifications.add(request, [level](Status posted) {
-          if (posted) log::info("Limit alert sent (%{public}s)", std::string(rawValue(level)));
-        });
-      });
+  postOncePerPeriod(env_.common.notifications,
+                    {[this, key] {
+                       std::map<std::string, std::string> again = readMemory();
+                       if (again.erase(key) > 0) writeMemory(again);
+                     },
+                     [request] { return std::optional<NotificationRequest>(request); },
+                     [level](Status posted) {
+                       if (posted) {
+                         log::info("Limit alert sent (%{public}s)", std::string(rawValue(level)));
+                       }
+                     }});
 }
 
 }  // namespace velto

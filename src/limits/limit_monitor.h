@@ -20,7 +20,7 @@
 #include "base/scheduler.h"
 #include "limits/limit_progress.h"
 #include "limits/limit_store.h"
-#include "summaries/notification_center.h"
+#include "summaries/notifier_environment.h"
 #include "surfaces/settings.h"
 
 namespace velto {
@@ -36,17 +36,11 @@ enum class AlertLevel { near, reached, goalReached };
 std::string_view rawValue(AlertLevel level);
 
 struct LimitMonitorEnvironment {
+  SummaryEnvironment common;
   LimitStore& store;
-  Settings& settings;
-  const Calendar& calendar;
-  const Clock& clock;
-  Scheduler& scheduler;
-  NoticeBus& notices;
-  AppNotificationCentering& notifications;
   SpentTimeSource& spent;
   const CategoryCatalog* catalog;  // names categories; may be null
   std::function<bool()> isPaused;  // recording paused: no checks
-  std::function<std::string()> language;
 };
 
 class LimitMonitor {

@@ -27,15 +27,6 @@ std::string categoryName(const std::optional<std::string>& raw, const CategoryCa
   return catalog->effective(UsageCategory::fromRaw(id), language).name;
 }
 
-// Today at `hour`:00 local time (a skipped hour moves to the next existing time).
-Instant atHour(const Calendar& calendar, Instant day, int hour) {
-  LocalDateTime local = calendar.local(calendar.startOfDay(day));
-  local.hour = hour;
-  local.minute = 0;
-  local.second = 0;
-  return calendar.instant(local);
-}
-
 }  // namespace
 
 DailySummaryComposer::DailySummaryComposer(SummaryFigures& figures, const Calendar& calendar,
@@ -128,9 +119,9 @@ void DailySummaryScheduler::stop() {
 
 Instant DailySummaryScheduler::nextFireDate(Instant now) const {
   const int hour = env_.settings.dailySummaryHour();
-  const Instant today = atHour(env_.calendar, now, hour);
+  const Instant today = env_.calendar.atTimeOfDay(now, hour);
   if (today > now) return today;
-  return atHour(env_.calendar, env_.calendar.addDays(env_.calendar.startOfDay(now), 1), hour);
+  return env_.calendar.atTimeOfDay(env_.calendar.addDays(env_.calendar.startOfDay(now), 1), hour);
 }
 
 void DailySummaryScheduler::schedule() {
@@ -145,33 +136,31 @@ void DailySummaryScheduler::fire() {
   schedule();
   if (!env_.settings.dailySummaryEnabled()) return;
   const Instant now = env_.clock.now();
-  if (now < atHour(env_.calendar, now, env_.settings.dailySummaryHour())) return;
+  if (now < env_.calendar.atTimeOfDay(now, env_.settings.dailySummaryHour())) return;
   const std::string day = env_.calendar.dayKey(now);
   if (env_.settings.dailySummaryDeliveredDay() == day) return;
   env_.settings.setDailySummaryDeliveredDay(day);
 
-  env_.notifications.authorizationStatus([this, now](NotificationAuthorization status) {
-    if (!mayPost(status)) {
-      env_.settings.clearDailySummaryDeliveredDay();
-      return;
-    }
-    const std::string language = env_.language ? env_.language() : "en";
-    const std::optional<ComposedNotification> summary =
-        composer_.compose(now, progress_ ? progress_() : std::vector<LimitProgress>{}, language);
-    if (!summary) {
-      log::info("Daily summary has nothing worth saying - skipped");
-      return;
-    }
-    NotificationRequest request{"velto.daily", summary->title, summary->body,
-                                std::string(NotificationRouter::kDaily), true};
-    env_.notifications.add(request, [](Status posted) {
-      if (posted) {
-        log::info("Daily summary delivered");
-      } else {
-        log::error("Daily summary failed: %{public}s", posted.error());
-      }
-    });
-  });
+  postOncePerPeriod(env_.notifications,
+                    {[this] { env_.settings.clearDailySummaryDeliveredDay(); },
+                     [this, now]() -> std::optional<NotificationRequest> {
+                       const std::optional<ComposedNotification> summary = composer_.compose(
+                           now, progress_ ? progress_() : std::vector<LimitProgress>{},
+                           env_.currentLanguage());
+                       if (!summary) {
+                         log::info("Daily summary has nothing worth saying - skipped");
+                         return std::nullopt;
+                       }
+                       return NotificationRequest{"velto.daily", summary->title, summary->body,
+                                                  std::string(NotificationRouter::kDaily), true};
+                     },
+                     [](Status posted) {
+                       if (posted) {
+                         log::info("Daily summary delivered");
+                       } else {
+                         log::error("Daily summary failed: %{public}s", posted.error());
+                       }
+                     }});
 }
 
 }  // namespace velto

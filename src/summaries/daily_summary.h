@@ -17,7 +17,7 @@
 #include "base/notice_bus.h"
 #include "base/scheduler.h"
 #include "limits/limit_progress.h"
-#include "summaries/notification_center.h"
+#include "summaries/notifier_environment.h"
 #include "summaries/summary_figures.h"
 #include "surfaces/settings.h"
 
@@ -45,16 +45,6 @@ class DailySummaryComposer {
   SummaryFigures& figures_;
   const Calendar& calendar_;
   const CategoryCatalog* catalog_;
-};
-
-struct SummaryEnvironment {
-  Settings& settings;
-  const Calendar& calendar;
-  const Clock& clock;
-  Scheduler& scheduler;
-  NoticeBus& notices;
-  AppNotificationCentering& notifications;
-  std::function<std::string()> language;
 };
 
 class DailySummaryScheduler {

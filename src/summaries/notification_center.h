@@ -6,6 +6,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,17 @@ class AppNotificationCentering {
   virtual void authorizationStatus(std::function<void(NotificationAuthorization)> done) = 0;
   virtual void add(const NotificationRequest& request, std::function<void(Status)> done) = 0;
 };
+
+// Posts a notification that is sent at most once per period. The caller has already written
+// the period's mark; when notifications are not allowed, `unmark` removes it again so the
+// notification still comes once they are. `compose` runs only when posting is allowed; none
+// means there is nothing worth saying (the mark stays). `posted` receives the outcome.
+struct OncePerPeriodPost {
+  std::function<void()> unmark;
+  std::function<std::optional<NotificationRequest>()> compose;
+  std::function<void(Status)> posted;
+};
+void postOncePerPeriod(AppNotificationCentering& center, OncePerPeriodPost post);
 
 // Records what was posted; answers with a settable status, synchronously.
 class InMemoryNotificationCenter final : public AppNotificationCentering {

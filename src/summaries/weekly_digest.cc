@@ -125,11 +125,7 @@ namespace {
 std::optional<Instant> occurrenceOn(const Calendar& calendar, Instant day, Weekday weekday,
                                     int hour) {
   if (calendar.weekday(day) != weekday) return std::nullopt;
-  LocalDateTime local = calendar.local(calendar.startOfDay(day));
-  local.hour = hour;
-  local.minute = 0;
-  local.second = 0;
-  return calendar.instant(local);
+  return calendar.atTimeOfDay(day, hour);
 }
 
 }  // namespace
@@ -174,30 +170,28 @@ void WeeklyDigestScheduler::fire() {
   if (env_.settings.digestDeliveredWeek() == week) return;
   env_.settings.setDigestDeliveredWeek(week);
 
-  env_.notifications.authorizationStatus([this, occurrence](NotificationAuthorization status) {
-    if (!mayPost(status)) {
-      env_.settings.clearDigestDeliveredWeek();
-      return;
-    }
-    const std::string language = env_.language ? env_.language() : "en";
-    const int variant = env_.settings.digestVariant();
-    const std::optional<ComposedNotification> digest =
-        composer_.compose(*occurrence, variant, language);
-    if (!digest) {
-      log::info("Weekly digest has nothing worth saying - skipped");
-      return;
-    }
-    NotificationRequest request{"velto.digest.weekly", digest->title, digest->body,
-                                std::string(NotificationRouter::kDigest), true};
-    env_.notifications.add(request, [this, variant](Status posted) {
-      if (posted) {
-        env_.settings.setDigestVariant(variant + 1);
-        log::info("Weekly digest delivered");
-      } else {
-        log::error("Weekly digest failed: %{public}s", posted.error());
-      }
-    });
-  });
+  const int variant = env_.settings.digestVariant();
+  postOncePerPeriod(env_.notifications,
+                    {[this] { env_.settings.clearDigestDeliveredWeek(); },
+                     [this, occurrence, variant]() -> std::optional<NotificationRequest> {
+                       const std::optional<ComposedNotification> digest =
+                           composer_.compose(*occurrence, variant, env_.currentLanguage());
+                       if (!digest) {
+                         log::info("Weekly digest has nothing worth saying - skipped");
+                         return std::nullopt;
+                       }
+                       return NotificationRequest{"velto.digest.weekly", digest->title,
+                                                  digest->body,
+                                                  std::string(NotificationRouter::kDigest), true};
+                     },
+                     [this, variant](Status posted) {
+                       if (posted) {
+                         env_.settings.setDigestVariant(variant + 1);
+                         log::info("Weekly digest delivered");
+                       } else {
+                         log::error("Weekly digest failed: %{public}s", posted.error());
+                       }
+                     }});
 }
 
 }  // namespace velto

@@ -65,6 +65,15 @@ TEST(CalendarTest, AddDaysKeepsWallClockTime) {
   EXPECT_EQ(berlin.addDays(at("2026-11-21T10:00:00Z"), -21), at("2026-10-31T10:00:00Z"));
 }
 
+TEST(CalendarTest, TimeOfDayOnDaylightSavingDays) {
+  const Calendar berlin = *Calendar::named("Europe/Berlin");
+  EXPECT_EQ(berlin.atTimeOfDay(at("2026-11-21T12:00:00Z"), 18), at("2026-11-21T17:00:00Z"));
+  // 02:00 is skipped on 2026-03-29: the next existing time, 03:00 CEST.
+  EXPECT_EQ(berlin.atTimeOfDay(at("2026-03-29T12:00:00Z"), 2), at("2026-03-29T01:00:00Z"));
+  // 02:00 happens twice on 2026-10-25: the first.
+  EXPECT_EQ(berlin.atTimeOfDay(at("2026-10-25T12:00:00Z"), 2, 30), at("2026-10-25T00:30:00Z"));
+}
+
 TEST(CalendarTest, WeekIntervalHonoursFirstWeekday) {
   // 2026-11-21 is a Saturday.
   const Calendar monday = *Calendar::named("Europe/Berlin", 2);

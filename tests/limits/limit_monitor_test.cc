@@ -43,9 +43,16 @@ class LimitMonitorTest : public ::testing::Test {
  protected:
   LimitMonitorTest() {
     settings.setGoalAlertsEnabled(true);
+    makeMonitor();
+  }
+
+  void makeMonitor() {
     monitor = std::make_unique<LimitMonitor>(LimitMonitorEnvironment{
-        store, settings, calendar, scheduler, scheduler, bus, center, spent, nullptr,
-        [this] { return paused; }, [] { return std::string("en"); }});
+        {settings, calendar, scheduler, scheduler, bus, center, [] { return std::string("en"); }},
+        store,
+        spent,
+        nullptr,
+        [this] { return paused; }});
   }
 
   std::vector<std::string> titles() const {
@@ -86,9 +93,7 @@ TEST_F(LimitMonitorTest, NearThenReachedOncePerDay) {
   EXPECT_TRUE(logs.contains("Limit alert sent (reached)"));
 
   // A restart the same day sends nothing again; the next day alerts anew.
-  monitor = std::make_unique<LimitMonitor>(
-      LimitMonitorEnvironment{store, settings, calendar, scheduler, scheduler, bus, center, spent,
-                              nullptr, [] { return false; }, [] { return std::string("en"); }});
+  makeMonitor();
   monitor->start();
   EXPECT_EQ(center.posted.size(), 2u);
   scheduler.advanceTo(at("2026-11-22T08:50:00Z"));
