@@ -6,6 +6,7 @@
 #include "base/files.h"
 #include "base/log.h"
 #include "store/schema.h"
+#include "store/usage_aggregates.h"
 
 namespace velto {
 
@@ -67,14 +68,16 @@ Result<sql::Database> openFile(const std::filesystem::path& file) {
 Status migrate(sql::Database& db) {
   if (Status usable = checkUsable(db); !usable) return usable;
   const int version = schemaVersion(db);
-  if (version == PersistenceController::kSchemaVersion) return {};
+  // The report aggregates belong to version 1; stores made before they existed get them here.
+  if (version == PersistenceController::kSchemaVersion) return installUsageAggregates(db);
   if (version != 0) return Error{"unknown schema version " + std::to_string(version)};
   // Later versions add their steps here, each in its own transaction, from version 1 upwards.
   sql::Transaction transaction(db);
   if (!transaction.began()) return transaction.began();
   if (Status created = db.exec(schema::kVersion1); !created) return created;
   if (Status set = db.exec("PRAGMA user_version = 1"); !set) return set;
-  return transaction.commit();
+  if (Status committed = transaction.commit(); !committed) return committed;
+  return installUsageAggregates(db);
 }
 
 sql::Database PersistenceController::openInMemory() {

@@ -1,0 +1,53 @@
+// `velto import FILE`: rows of a segments JSON export back into the store, in one transaction.
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+
+#include "base/strings.h"
+#include "cli/command.h"
+#include "cli/commands/report_session.h"
+#include "reports/usage_export.h"
+
+namespace velto::cli {
+
+namespace {
+
+int runImport(const Invocation& invocation) {
+  const std::string& language = invocation.language;
+  if (invocation.args.size() != 1 || invocation.args.front().starts_with("-")) {
+    complain(i18n::text(language, "cli.import.usage"));
+    return 2;
+  }
+  std::ifstream file(invocation.args.front(), std::ios::binary);
+  if (!file) {
+    complain(i18n::text(language, "cli.import.unreadable %@", invocation.args.front()));
+    return 1;
+  }
+  ReportSession session(language);
+  const bool showProgress = isatty(STDERR_FILENO) == 1;
+  std::function<void(std::int64_t)> progress;
+  if (showProgress) {
+    progress = [&](std::int64_t read) {
+      const std::string line =
+          "\r" + i18n::text(language, "cli.import.progress %@", std::to_string(read));
+      std::fputs(line.c_str(), stderr);
+    };
+  }
+  Result<ImportOutcome> outcome = importSegments(session.store, file, session.calendar, progress);
+  if (showProgress) std::fputc('\n', stderr);
+  if (!outcome) {
+    complain(i18n::text(language, "cli.import.failed %@", outcome.error()));
+    return 1;
+  }
+  complain(i18n::text(language, "cli.import.done %@ %@", std::to_string(outcome->added),
+                      std::to_string(outcome->skipped)));
+  return 0;
+}
+
+const Registration registration(Command{"import", "cli.import.summary", "cli.import.help",
+                                        runImport});
+
+}  // namespace
+
+}  // namespace velto::cli

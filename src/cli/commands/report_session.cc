@@ -1,0 +1,107 @@
+#include "cli/commands/report_session.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "app/service_set.h"
+#include "base/log.h"
+#include "categories/category_seed_location.h"
+
+namespace velto::cli {
+
+namespace {
+
+std::shared_ptr<const CategoryResolver> loadResolver(SegmentStore& store,
+                                                     const CategoryCatalog& catalog) {
+  auto seed = std::make_shared<const CategorySeed>(loadShippedCategorySeed());
+  Result<std::vector<CategoryRule>> rules = store.categoryRules();
+  if (!rules) {
+    log::error("Could not read category rules: %{public}s", rules.error());
+    return std::make_shared<const CategoryResolver>(
+        CategoryResolver::build({}, catalog, std::move(seed)));
+  }
+  return std::make_shared<const CategoryResolver>(
+      CategoryResolver::build(*rules, catalog, std::move(seed)));
+}
+
+}  // namespace
+
+ReportSession::ReportSession(std::string lang)
+    : language(std::move(lang)),
+      calendar(Calendar::current()),
+      settings(defaultServicePaths().settingsFile, notices),
+      persistence(defaultServicePaths().dataFolder),
+      store(persistence, calendar, notices),
+      catalog(settings, notices),
+      resolver(loadResolver(store, catalog)),
+      directory(CategoryDirectory::of(catalog, language)) {}
+
+bool ParsedOptions::has(const std::string& flag) const {
+  return std::find(flags.begin(), flags.end(), flag) != flags.end();
+}
+
+Result<ParsedOptions> parseOptions(const std::vector<std::string>& args,
+                                   const std::vector<std::string>& valued,
+                                   const std::vector<std::string>& bare) {
+  ParsedOptions options;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    if (std::find(valued.begin(), valued.end(), arg) != valued.end()) {
+      if (i + 1 >= args.size()) return Error{arg};
+      options.values[arg] = args[++i];
+    } else if (std::find(bare.begin(), bare.end(), arg) != bare.end()) {
+      options.flags.push_back(arg);
+    } else if (!arg.starts_with("-")) {
+      options.positional.push_back(arg);
+    } else {
+      return Error{arg};
+    }
+  }
+  return options;
+}
+
+Result<ReportPeriod> periodFromOptions(const ParsedOptions& options, const Calendar& calendar,
+                                       Instant now) {
+  auto dayOf = [&](const std::string& name) -> Result<Instant> {
+    const std::optional<Instant> start = calendar.startOfDayKey(options.values.at(name));
+    if (!start) return Error{name + " " + options.values.at(name)};
+    return *start + std::chrono::hours(12);
+  };
+  if (options.values.contains("--preset")) {
+    const std::optional<RangePreset> preset = rangePresetFromRaw(options.values.at("--preset"));
+    if (!preset) return Error{"--preset " + options.values.at("--preset")};
+    return presetPeriod(*preset, calendar, now);
+  }
+  if (options.values.contains("--from") || options.values.contains("--to")) {
+    if (!options.values.contains("--from") || !options.values.contains("--to")) {
+      return Error{options.values.contains("--from") ? "--to" : "--from"};
+    }
+    Result<Instant> from = dayOf("--from");
+    if (!from) return Error{from.error()};
+    Result<Instant> to = dayOf("--to");
+    if (!to) return Error{to.error()};
+    return customPeriod(*from, *to, calendar, now);
+  }
+  PeriodKind kind = PeriodKind::day;
+  if (options.values.contains("--period")) {
+    const std::optional<PeriodKind> named = periodKindFromRaw(options.values.at("--period"));
+    if (!named || *named == PeriodKind::custom) {
+      return Error{"--period " + options.values.at("--period")};
+    }
+    kind = *named;
+  }
+  Instant anchor = now;
+  if (options.values.contains("--date")) {
+    Result<Instant> day = dayOf("--date");
+    if (!day) return Error{day.error()};
+    anchor = *day;
+  }
+  return periodContaining(kind, anchor, calendar, now);
+}
+
+void complain(const std::string& text) {
+  std::fputs(text.c_str(), stderr);
+  std::fputc('\n', stderr);
+}
+
+}  // namespace velto::cli

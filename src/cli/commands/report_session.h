@@ -1,0 +1,59 @@
+// What the report, export and import commands share: the user's store, calendar and categories
+// opened for one command, and the period options of `velto report`.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/calendar.h"
+#include "base/clock.h"
+#include "base/notice_bus.h"
+#include "categories/category_catalog.h"
+#include "categories/category_resolver.h"
+#include "reports/report_period.h"
+#include "reports/usage_rollup.h"
+#include "store/persistence_controller.h"
+#include "store/segment_store.h"
+#include "surfaces/settings.h"
+
+namespace velto::cli {
+
+class ReportSession {
+ public:
+  explicit ReportSession(std::string language);
+
+  const std::string language;
+  NoticeBus notices;
+  Calendar calendar;
+  SystemClock clock;
+  Settings settings;
+  PersistenceController persistence;
+  SegmentStore store;
+  CategoryCatalog catalog;
+  std::shared_ptr<const CategoryResolver> resolver;
+  CategoryDirectory directory;
+};
+
+// Options as given: "--name value" pairs and bare flags. Unknown names or a missing value give
+// the offending argument as the error.
+struct ParsedOptions {
+  std::map<std::string, std::string> values;
+  std::vector<std::string> flags;
+  std::vector<std::string> positional;
+  bool has(const std::string& flag) const;
+};
+Result<ParsedOptions> parseOptions(const std::vector<std::string>& args,
+                                   const std::vector<std::string>& valued,
+                                   const std::vector<std::string>& bare);
+
+// The period named by --period, --date, --from/--to and --preset; today when none is given.
+Result<ReportPeriod> periodFromOptions(const ParsedOptions& options, const Calendar& calendar,
+                                       Instant now);
+
+// Prints a catalog text with its arguments on stderr.
+void complain(const std::string& text);
+
+}  // namespace velto::cli

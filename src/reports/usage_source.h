@@ -1,0 +1,62 @@
+// Reads what a report needs about an interval from the store: totals per recorded context and
+// per-local-day summaries, taken from the store's aggregates wherever they are exact and from the
+// rows elsewhere.
+//
+// A stored day is taken from the aggregates when all its rows lie inside the interval and inside
+// one local day of the current calendar (the stored bounds say so); a month when all of its
+// stored days are. Every other row overlapping the interval (the edges of the interval, days
+// recorded in another time zone, the running segment) is read, clipped and counted row by row.
+// Either way the figures are those the rows give, to the microsecond.
+//
+// Thread: main thread, with the store.
+#pragma once
+
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "base/calendar.h"
+#include "reports/day_summary.h"
+#include "store/segment_store.h"
+#include "store/usage_aggregates.h"
+
+namespace velto {
+
+struct UsageTally {
+  std::vector<ContextTotal> contexts;  // may list a context more than once; add them up
+  std::vector<DaySummary> days;        // time at the computer, in day order
+  std::vector<Segment> rows;           // clipped, in start order; only when asked for
+};
+
+class UsageSource {
+ public:
+  // The store and calendar must outlive the source.
+  UsageSource(SegmentStore& store, const Calendar& calendar);
+
+  // `extra`: rows not stored yet (the running segment), counted as if they were.
+  // `withRows` reads every row of the interval (for the timeline); otherwise aggregates are used.
+  // Without `withDays` only the context totals are filled.
+  Result<UsageTally> tally(const DateInterval& interval, std::span<const Segment> extra,
+                           bool withRows, bool withDays = true);
+  // The same figures from the rows only: the reference the aggregates are held to.
+  Result<UsageTally> tallyFromRows(const DateInterval& interval, std::span<const Segment> extra);
+
+  // Whether categories depend on window titles (the user has keyword rules): then totals keep
+  // titles apart; otherwise they come per application, host and detail. On by default.
+  void setCategoriesUseTitles(bool use) { categoriesUseTitles_ = use; }
+
+  UsageAggregates& aggregates() { return aggregates_; }
+
+ private:
+  Result<std::optional<DaySummary>> summaryOfStoredDay(const std::string& dayKey);
+
+  SegmentStore& store_;
+  const Calendar& calendar_;
+  UsageAggregates aggregates_;
+  bool categoriesUseTitles_ = true;
+};
+
+// True when some rule files time by a word of the title (a keyword rule with a pattern).
+bool hasKeywordRules(std::span<const CategoryRule> rules);
+
+}  // namespace velto

@@ -1,0 +1,396 @@
+#include "store/usage_aggregates.h"
+
+#include <string>
+
+#include "context/context_detail.h"
+
+namespace velto {
+
+namespace {
+
+constexpr char kUnitSeparator = '\x1f';
+
+std::string encodeDetail(const ActivityDetail& detail) {
+  return "V" + std::string(rawValue(detail.kind)) + kUnitSeparator + detail.key + kUnitSeparator +
+         detail.label;
+}
+
+std::optional<ActivityDetail> decodeDetail(std::string_view text) {
+  if (text.empty() || text[0] != 'V') return std::nullopt;
+  text.remove_prefix(1);
+  const size_t first = text.find(kUnitSeparator);
+  const size_t second = text.find(kUnitSeparator, first + 1);
+  if (first == std::string_view::npos || second == std::string_view::npos) return std::nullopt;
+  const std::optional<ActivityDetailKind> kind = activityDetailKindFromRaw(text.substr(0, first));
+  if (!kind) return std::nullopt;
+  return ActivityDetail{std::string(text.substr(first + 1, second - first - 1)),
+                        std::string(text.substr(second + 1)), *kind};
+}
+
+// Whole microseconds of a row's seconds, rounded the way SQLite's round() does, so that the
+// triggers and the C++ readers agree to the microsecond.
+constexpr const char* kMicros = "CAST(round(%.seconds * 1000000.0) AS INTEGER)";
+
+// Texts that may be absent are interned as 'N' (absent) or 'V' followed by the text.
+std::string encoded(const std::string& row, const char* column) {
+  return "ifnull('V' || " + row + "." + column + ", 'N')";
+}
+
+std::string micros(const std::string& row) {
+  std::string text = kMicros;
+  text.replace(text.find('%'), 1, row);
+  return text;
+}
+
+std::string contextId(const std::string& row) {
+  return "(SELECT id FROM usage_context WHERE bundle_id = " + row +
+         ".bundle_id AND app_name = " + row + ".app_name AND host_k = " + encoded(row, "host") +
+         " AND title_k = " + encoded(row, "window_title") +
+         " AND tool_k = " + encoded(row, "tool_name") + ")";
+}
+
+std::string detailKey(const std::string& row) {
+  return "ifnull(velto_detail(" + row + ".bundle_id, " + row + ".app_name, " + row +
+         ".window_title, " + row + ".host, " + row + ".tool_name), 'N')";
+}
+
+std::string appId(const std::string& row) {
+  return "(SELECT id FROM usage_app WHERE bundle_id = " + row + ".bundle_id AND app_name = " + row +
+         ".app_name AND host_k = " + encoded(row, "host") + " AND detail_k = " + detailKey(row) +
+         ")";
+}
+
+// Adds `us` and one row to the total of (`keyColumn` = `key`, `idColumn` = `id`) in `table`.
+std::string addTo(const std::string& table, const std::string& keyColumn, const std::string& key,
+                  const std::string& idColumn, const std::string& id, const std::string& us) {
+  return "INSERT INTO " + table + " (" + keyColumn + ", " + idColumn + ", us, n) VALUES (" + key +
+         ", " + id + ", " + us + ", 1) ON CONFLICT (" + keyColumn + ", " + idColumn +
+         ") DO UPDATE SET us = us + excluded.us, n = n + 1;\n";
+}
+
+std::string removeFrom(const std::string& table, const std::string& keyColumn,
+                       const std::string& key, const std::string& idColumn, const std::string& id,
+                       const std::string& us) {
+  const std::string where = " WHERE " + keyColumn + " = " + key + " AND " + idColumn + " = " + id;
+  return "UPDATE " + table + " SET us = us - " + us + ", n = n - 1" + where + ";\nDELETE FROM " +
+         table + where + " AND n <= 0;\n";
+}
+
+std::string addRow(const std::string& row) {
+  const std::string us = micros(row);
+  const std::string day = row + ".day_key";
+  const std::string month = "substr(" + row + ".day_key, 1, 7)";
+  return "INSERT INTO usage_context (bundle_id, app_name, host_k, title_k, tool_k) VALUES (" + row +
+         ".bundle_id, " + row + ".app_name, " + encoded(row, "host") + ", " +
+         encoded(row, "window_title") + ", " + encoded(row, "tool_name") +
+         ") ON CONFLICT DO NOTHING;\n"
+         "INSERT INTO usage_app (bundle_id, app_name, host_k, detail_k) VALUES (" +
+         row + ".bundle_id, " + row + ".app_name, " + encoded(row, "host") + ", " + detailKey(row) +
+         ") ON CONFLICT DO NOTHING;\n" +
+         addTo("usage_day_context", "day_key", day, "ctx", contextId(row), us) +
+         addTo("usage_day_app", "day_key", day, "app", appId(row), us) +
+         addTo("usage_month_app", "month_key", month, "app", appId(row), us) +
+         "INSERT INTO usage_day (day_key, min_started_us, max_ended_us, n) VALUES (" + day + ", " +
+         row + ".started_us, " + row +
+         ".ended_us, 1) ON CONFLICT (day_key) DO UPDATE SET "
+         "min_started_us = min(min_started_us, excluded.min_started_us), "
+         "max_ended_us = max(max_ended_us, excluded.max_ended_us), n = n + 1;\n"
+         "DELETE FROM usage_day_cache WHERE day_key = " +
+         day + ";\n";
+}
+
+std::string removeRow(const std::string& row) {
+  const std::string us = micros(row);
+  const std::string day = row + ".day_key";
+  const std::string month = "substr(" + row + ".day_key, 1, 7)";
+  return removeFrom("usage_day_context", "day_key", day, "ctx", contextId(row), us) +
+         removeFrom("usage_day_app", "day_key", day, "app", appId(row), us) +
+         removeFrom("usage_month_app", "month_key", month, "app", appId(row), us) +
+         "UPDATE usage_day SET n = n - 1 WHERE day_key = " + day +
+         ";\n"
+         "DELETE FROM usage_day WHERE day_key = " +
+         day + " AND n <= 0;\nDELETE FROM usage_day_cache WHERE day_key = " + day + ";\n";
+}
+
+std::string installSql() {
+  return R"sql(
+CREATE TABLE usage_context (
+  id INTEGER PRIMARY KEY,
+  bundle_id TEXT NOT NULL,
+  app_name TEXT NOT NULL,
+  host_k TEXT NOT NULL,
+  title_k TEXT NOT NULL,
+  tool_k TEXT NOT NULL,
+  UNIQUE (bundle_id, app_name, host_k, title_k, tool_k)
+);
+CREATE TABLE usage_app (
+  id INTEGER PRIMARY KEY,
+  bundle_id TEXT NOT NULL,
+  app_name TEXT NOT NULL,
+  host_k TEXT NOT NULL,
+  detail_k TEXT NOT NULL,
+  UNIQUE (bundle_id, app_name, host_k, detail_k)
+);
+CREATE TABLE usage_day_context (
+  day_key TEXT NOT NULL, ctx INTEGER NOT NULL, us INTEGER NOT NULL, n INTEGER NOT NULL,
+  PRIMARY KEY (day_key, ctx)
+) WITHOUT ROWID;
+CREATE TABLE usage_day_app (
+  day_key TEXT NOT NULL, app INTEGER NOT NULL, us INTEGER NOT NULL, n INTEGER NOT NULL,
+  PRIMARY KEY (day_key, app)
+) WITHOUT ROWID;
+CREATE TABLE usage_month_app (
+  month_key TEXT NOT NULL, app INTEGER NOT NULL, us INTEGER NOT NULL, n INTEGER NOT NULL,
+  PRIMARY KEY (month_key, app)
+) WITHOUT ROWID;
+CREATE TABLE usage_day (
+  day_key TEXT PRIMARY KEY NOT NULL,
+  min_started_us INTEGER NOT NULL,
+  max_ended_us INTEGER NOT NULL,
+  n INTEGER NOT NULL
+) WITHOUT ROWID;
+CREATE TABLE usage_day_cache (
+  day_key TEXT NOT NULL, zone TEXT NOT NULL, blob TEXT NOT NULL,
+  PRIMARY KEY (day_key, zone)
+) WITHOUT ROWID;
+CREATE TEMP TABLE usage_fill AS
+  SELECT day_key, bundle_id, app_name, ifnull('V' || host, 'N') AS host_k,
+         ifnull('V' || window_title, 'N') AS title_k, ifnull('V' || tool_name, 'N') AS tool_k,
+         ifnull(velto_detail(bundle_id, app_name, window_title, host, tool_name), 'N') AS detail_k,
+         CAST(round(seconds * 1000000.0) AS INTEGER) AS us
+  FROM segment;
+INSERT INTO usage_context (bundle_id, app_name, host_k, title_k, tool_k)
+  SELECT DISTINCT bundle_id, app_name, host_k, title_k, tool_k FROM usage_fill;
+INSERT INTO usage_app (bundle_id, app_name, host_k, detail_k)
+  SELECT DISTINCT bundle_id, app_name, host_k, detail_k FROM usage_fill;
+INSERT INTO usage_day_context (day_key, ctx, us, n)
+  SELECT f.day_key, c.id, sum(f.us), count(*)
+  FROM usage_fill f JOIN usage_context c ON c.bundle_id = f.bundle_id AND c.app_name = f.app_name
+    AND c.host_k = f.host_k AND c.title_k = f.title_k AND c.tool_k = f.tool_k
+  GROUP BY f.day_key, c.id;
+INSERT INTO usage_day_app (day_key, app, us, n)
+  SELECT f.day_key, a.id, sum(f.us), count(*)
+  FROM usage_fill f JOIN usage_app a ON a.bundle_id = f.bundle_id AND a.app_name = f.app_name
+    AND a.host_k = f.host_k AND a.detail_k = f.detail_k
+  GROUP BY f.day_key, a.id;
+INSERT INTO usage_month_app (month_key, app, us, n)
+  SELECT substr(day_key, 1, 7), app, sum(us), sum(n) FROM usage_day_app
+  GROUP BY substr(day_key, 1, 7), app;
+INSERT INTO usage_day (day_key, min_started_us, max_ended_us, n)
+  SELECT day_key, min(started_us), max(ended_us), count(*) FROM segment GROUP BY day_key;
+DROP TABLE usage_fill;
+)sql" + std::string("CREATE TRIGGER usage_after_insert AFTER INSERT ON segment BEGIN\n") +
+         addRow("NEW") +
+         "END;\n"
+         "CREATE TRIGGER usage_after_delete AFTER DELETE ON segment BEGIN\n" +
+         removeRow("OLD") +
+         "END;\n"
+         "CREATE TRIGGER usage_after_update AFTER UPDATE OF started_us, ended_us, seconds, "
+         "bundle_id, app_name, window_title, host, tool_name, day_key ON segment BEGIN\n" +
+         removeRow("OLD") + addRow("NEW") + "END;\n";
+}
+
+// velto_detail(bundle_id, app_name, window_title, host, tool_name): the detail reports group a
+// row by, as 'V' kind US key US label (US = U+001F), or NULL when the row has none.
+void detailFunction(sqlite3_context* context, int, sqlite3_value** values) {
+  auto text = [&](int i) -> std::optional<std::string_view> {
+    if (sqlite3_value_type(values[i]) == SQLITE_NULL) return std::nullopt;
+    const auto* bytes = reinterpret_cast<const char*>(sqlite3_value_text(values[i]));
+    return std::string_view(bytes, static_cast<size_t>(sqlite3_value_bytes(values[i])));
+  };
+  const DetailSource source{text(0).value_or(""), text(1).value_or(""), text(2), text(3), text(4)};
+  const std::optional<ActivityDetail> detail = deriveDetail(source);
+  if (!detail) {
+    sqlite3_result_null(context);
+    return;
+  }
+  const std::string encoded = encodeDetail(*detail);
+  sqlite3_result_text(context, encoded.data(), static_cast<int>(encoded.size()), SQLITE_TRANSIENT);
+}
+
+Result<bool> tableExists(sql::Database& db, std::string_view name) {
+  Result<sql::Statement> statement =
+      db.prepare("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = ?");
+  if (!statement) return Error{statement.error()};
+  statement->bind(1, name);
+  if (Result<bool> row = statement->step(); !row) return Error{row.error()};
+  return statement->int64(0) > 0;
+}
+
+std::optional<std::string> decoded(const std::string& key) {
+  if (key.empty() || key[0] != 'V') return std::nullopt;
+  return key.substr(1);
+}
+
+}  // namespace
+
+Status installUsageAggregates(sql::Database& db) {
+  // Every connection needs the function before a trigger of it runs.
+  if (sqlite3_create_function_v2(db.handle(), "velto_detail", 5, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
+                                 nullptr, detailFunction, nullptr, nullptr, nullptr) != SQLITE_OK) {
+    return Error{db.lastError()};
+  }
+  Result<bool> present = tableExists(db, "usage_month_app");
+  if (!present) return Error{present.error()};
+  if (*present) return {};
+  sql::Transaction transaction(db);
+  if (!transaction.began()) return transaction.began();
+  // Aggregates of an earlier layout are rebuilt from the rows.
+  if (Status dropped = db.exec(
+          "DROP TRIGGER IF EXISTS usage_after_insert; DROP TRIGGER IF EXISTS usage_after_delete; "
+          "DROP TRIGGER IF EXISTS usage_after_update; DROP TABLE IF EXISTS usage_context; "
+          "DROP TABLE IF EXISTS usage_day_context; DROP TABLE IF EXISTS usage_month_context; "
+          "DROP TABLE IF EXISTS usage_day; DROP TABLE IF EXISTS usage_day_cache;");
+      !dropped) {
+    return dropped;
+  }
+  if (Status created = db.exec(installSql()); !created) return created;
+  return transaction.commit();
+}
+
+UsageAggregates::UsageAggregates(sql::Database& db)
+    : db_(db), installed_(installUsageAggregates(db)) {}
+
+Result<std::vector<StoredDay>> UsageAggregates::days() {
+  Result<sql::Statement> statement = db_.prepare(
+      "SELECT day_key, min_started_us, max_ended_us, n FROM usage_day ORDER BY day_key");
+  if (!statement) return Error{statement.error()};
+  std::vector<StoredDay> days;
+  while (true) {
+    Result<bool> row = statement->step();
+    if (!row) return Error{row.error()};
+    if (!*row) break;
+    days.push_back(
+        {statement->text(0), statement->int64(1), statement->int64(2), statement->int64(3)});
+  }
+  return days;
+}
+
+Result<std::vector<ContextTotal>> UsageAggregates::contextTotals(
+    const std::vector<KeyRange>& dayRanges, const std::vector<KeyRange>& monthRanges,
+    bool withTitles) {
+  if (dayRanges.empty() && monthRanges.empty()) return std::vector<ContextTotal>{};
+  // Totals per id first (integers only), then one lookup of each id's texts. Title-level totals
+  // are kept per day only: a month is read as the range of its days.
+  std::string parts;
+  std::vector<KeyRange> ranges;
+  auto part = [&](const char* table, const char* key, const KeyRange& range) {
+    if (!parts.empty()) parts += " UNION ALL ";
+    parts += std::string("SELECT ") + (withTitles ? "ctx" : "app") + " AS id, us, n FROM " + table +
+             " WHERE " + key + " BETWEEN ? AND ?";
+    ranges.push_back(range);
+  };
+  for (const KeyRange& range : dayRanges) {
+    part(withTitles ? "usage_day_context" : "usage_day_app", "day_key", range);
+  }
+  for (const KeyRange& range : monthRanges) {
+    if (withTitles) {
+      part("usage_day_context", "day_key", {range.first + "-00", range.last + "-99"});
+    } else {
+      part("usage_month_app", "month_key", range);
+    }
+  }
+  const std::string columns = withTitles ? "c.bundle_id, c.app_name, c.host_k, c.title_k, c.tool_k"
+                                         : "c.bundle_id, c.app_name, c.host_k, c.detail_k, ''";
+  Result<sql::Statement> statement =
+      db_.prepare("SELECT " + columns +
+                  ", t.us, t.n FROM (SELECT id, sum(us) AS us, sum(n) AS n "
+                  "FROM (" +
+                  parts + ") GROUP BY id) t JOIN " + (withTitles ? "usage_context" : "usage_app") +
+                  " c ON c.id = t.id");
+  if (!statement) return Error{statement.error()};
+  int index = 1;
+  for (const KeyRange& range : ranges) {
+    statement->bind(index, std::string_view(range.first))
+        .bind(index + 1, std::string_view(range.last));
+    index += 2;
+  }
+  std::vector<ContextTotal> totals;
+  while (true) {
+    Result<bool> row = statement->step();
+    if (!row) return Error{row.error()};
+    if (!*row) break;
+    ContextTotal total;
+    total.context.bundleId = statement->text(0);
+    total.context.appName = statement->text(1);
+    total.context.host = decoded(statement->text(2));
+    if (withTitles) {
+      total.context.windowTitle = decoded(statement->text(3));
+      total.context.toolName = decoded(statement->text(4));
+    } else {
+      total.titleless = true;
+      total.detail = decodeDetail(statement->text(3));
+    }
+    total.micros = statement->int64(5);
+    total.count = statement->int64(6);
+    if (total.count > 0) totals.push_back(std::move(total));
+  }
+  return totals;
+}
+
+Result<std::vector<Segment>> UsageAggregates::rowsOfDay(std::string_view dayKey) {
+  if (!dayRows_) {
+    Result<sql::Statement> prepared = db_.prepare(
+        "SELECT id, started_us, ended_us, seconds, bundle_id, app_name, window_title, host, "
+        "tool_name FROM segment WHERE day_key = ? ORDER BY started_us, rowid");
+    if (!prepared) return Error{prepared.error()};
+    dayRows_.emplace(std::move(prepared).value());
+  }
+  sql::Statement& statement = *dayRows_;
+  statement.reset();
+  statement.bind(1, dayKey);
+  std::vector<Segment> rows;
+  while (true) {
+    Result<bool> row = statement.step();
+    if (!row) return Error{row.error()};
+    if (!*row) break;
+    Segment segment;
+    const std::string_view id = statement.blob(0);
+    segment.id = Uuid::fromBytes(id.data(), id.size()).value_or(Uuid());
+    segment.startedAt = Instant(Microseconds(statement.int64(1)));
+    segment.endedAt = Instant(Microseconds(statement.int64(2)));
+    segment.seconds = statement.real(3);
+    segment.bundleId = statement.text(4);
+    segment.appName = statement.text(5);
+    segment.windowTitle = statement.optionalText(6);
+    segment.host = statement.optionalText(7);
+    segment.toolName = statement.optionalText(8);
+    segment.dayKey = std::string(dayKey);
+    rows.push_back(std::move(segment));
+  }
+  statement.reset();
+  return rows;
+}
+
+std::optional<std::string> UsageAggregates::cachedDay(std::string_view dayKey,
+                                                      std::string_view zone) {
+  if (!cacheRead_) {
+    Result<sql::Statement> prepared =
+        db_.prepare("SELECT blob FROM usage_day_cache WHERE day_key = ? AND zone = ?");
+    if (!prepared) return std::nullopt;
+    cacheRead_.emplace(std::move(prepared).value());
+  }
+  cacheRead_->reset();
+  cacheRead_->bind(1, dayKey).bind(2, zone);
+  Result<bool> row = cacheRead_->step();
+  std::optional<std::string> blob;
+  if (row && *row) blob = cacheRead_->text(0);
+  cacheRead_->reset();
+  return blob;
+}
+
+void UsageAggregates::cacheDay(std::string_view dayKey, std::string_view zone,
+                               std::string_view blob) {
+  if (!cacheWrite_) {
+    Result<sql::Statement> prepared = db_.prepare(
+        "INSERT OR REPLACE INTO usage_day_cache (day_key, zone, blob) VALUES (?, ?, ?)");
+    if (!prepared) return;
+    cacheWrite_.emplace(std::move(prepared).value());
+  }
+  cacheWrite_->reset();
+  cacheWrite_->bind(1, dayKey).bind(2, zone).bind(3, blob);
+  (void)cacheWrite_->run();
+  cacheWrite_->reset();
+}
+
+}  // namespace velto

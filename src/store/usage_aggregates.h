@@ -1,0 +1,105 @@
+// Per-day and per-month totals kept beside the segment table, so that reports over months and
+// years read a few thousand aggregate rows instead of every segment.
+//
+// The totals are maintained by SQLite triggers on the segment table, so they change in the same
+// transaction as the rows (insert, import, edit, reassign, delete, purge, wipe) whichever
+// process writes, and can never disagree with them. Seconds are summed as whole microseconds
+// (each row's `seconds` rounded to the microsecond) so sums are exact and order-independent.
+//
+// A context is one distinct (bundle id, app name, host, window title, tool) combination, interned
+// once as a small integer; absent and empty texts are different contexts. Beside these the
+// store keeps totals per (bundle id, app name, host, detail), the detail derived from the row
+// when it is written (the SQL function velto_detail, registered on each connection by
+// installUsageAggregates), per day and per month: long periods read those.
+//
+// Per day the store also keeps the earliest start and latest end of its rows. After deletions
+// these bounds are only ever too wide, never too narrow: a reader that needs a day's rows to lie
+// inside an interval may trust the aggregates whenever the bounds say so.
+//
+// Thread: main thread, like the store whose database this uses.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/result.h"
+#include "recording/activity_detail.h"
+#include "store/segment.h"
+#include "store/sqlite.h"
+
+namespace velto {
+
+// Creates the aggregate tables and triggers when missing and fills them from the rows already
+// stored. Idempotent; one transaction.
+Status installUsageAggregates(sql::Database& db);
+
+struct StoredDay {
+  std::string dayKey;           // the stored day_key of its rows
+  std::int64_t minStartUs = 0;  // microseconds since the Unix epoch; may be earlier than any row
+  std::int64_t maxEndUs = 0;    // may be later than any row
+  std::int64_t count = 0;
+};
+
+struct StoredContext {
+  std::string bundleId;
+  std::string appName;
+  std::optional<std::string> host;
+  std::optional<std::string> windowTitle;
+  std::optional<std::string> toolName;
+
+  bool operator==(const StoredContext&) const = default;
+};
+
+struct ContextTotal {
+  StoredContext context;
+  std::int64_t micros = 0;
+  std::int64_t count = 0;
+  // Totals kept without window title and tool: `detail` holds the detail the rows had (derived
+  // when they were stored), `context` has no title or tool.
+  bool titleless = false;
+  std::optional<ActivityDetail> detail;
+};
+
+// An inclusive range of keys ("2026-11-01".."2026-11-30", or months "2026-01".."2026-06").
+struct KeyRange {
+  std::string first;
+  std::string last;
+};
+
+class UsageAggregates {
+ public:
+  // Installs the aggregates on `db` when needed. `db` must outlive this object.
+  explicit UsageAggregates(sql::Database& db);
+
+  const Status& installed() const { return installed_; }
+
+  // Every stored day, in key order.
+  Result<std::vector<StoredDay>> days();
+  // Totals per context over whole stored days and whole stored months (keys "yyyy-MM").
+  // `withTitles` keeps window titles and tools apart (needed when categories depend on titles);
+  // otherwise totals come per application, host and detail, which is far fewer rows.
+  Result<std::vector<ContextTotal>> contextTotals(const std::vector<KeyRange>& dayRanges,
+                                                  const std::vector<KeyRange>& monthRanges,
+                                                  bool withTitles = true);
+  // The rows of one stored day, sorted by start (then insertion order). Only the columns reports
+  // need: id, times, seconds, bundle, app name, title, host, tool.
+  Result<std::vector<Segment>> rowsOfDay(std::string_view dayKey);
+
+  // A cached per-day figure blob computed by the reader for `zone`; dropped by the triggers
+  // whenever a row of that day changes.
+  std::optional<std::string> cachedDay(std::string_view dayKey, std::string_view zone);
+  // Best effort: a failure (another writer holds the lock) only costs a recomputation later.
+  void cacheDay(std::string_view dayKey, std::string_view zone, std::string_view blob);
+
+ private:
+  sql::Database& db_;
+  Status installed_;
+  std::optional<sql::Statement> dayRows_;
+  std::optional<sql::Statement> cacheRead_;
+  std::optional<sql::Statement> cacheWrite_;
+};
+
+}  // namespace velto

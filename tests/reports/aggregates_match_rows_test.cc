@@ -1,0 +1,222 @@
+// Reports built from the store's aggregates against the same reports built from every row, on
+// random histories that are edited, purged and read in other time zones.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+
+#include "context/context_detail.h"
+#include "reports/usage_report.h"
+#include "reports/usage_source.h"
+#include "store/store_fixture.h"
+
+namespace velto {
+namespace {
+
+using testing::at;
+
+struct Totals {
+  std::map<std::string, std::pair<Micros, std::int64_t>> byContext;
+  bool operator==(const Totals&) const = default;
+};
+
+// Per context, or per application, host and detail when `titleless`.
+Totals totalsOf(const std::vector<ContextTotal>& contexts, bool titleless) {
+  Totals totals;
+  for (const ContextTotal& total : contexts) {
+    const StoredContext& c = total.context;
+    std::string key = c.bundleId + "|" + c.appName + "|" + (c.host ? "V" + *c.host : "N") + "|";
+    if (titleless) {
+      std::optional<ActivityDetail> detail = total.detail;
+      if (!total.titleless)
+        detail =
+            deriveDetail(DetailSource{c.bundleId, c.appName, c.windowTitle, c.host, c.toolName});
+      key += detail ? std::string(rawValue(detail->kind)) + "|" + detail->key + "|" + detail->label
+                    : "N";
+    } else {
+      EXPECT_FALSE(total.titleless);
+      key += (c.windowTitle ? "V" + *c.windowTitle : "N") + "|" +
+             (c.toolName ? "V" + *c.toolName : "N");
+    }
+    totals.byContext[key].first += total.micros;
+    totals.byContext[key].second += total.count;
+  }
+  return totals;
+}
+
+std::vector<Segment> atComputer(const std::vector<Segment>& rows) {
+  std::vector<Segment> kept;
+  for (const Segment& row : rows) {
+    if (!UsageRollup::isOffMac(row.bundleId)) kept.push_back(row);
+  }
+  return kept;
+}
+
+// Back-to-back stretches with gaps around the 60-s joining limit, a few apps and titles, absent
+// and empty hosts, time away from the computer, and now and then a row across midnight.
+std::vector<Segment> randomHistory(const Calendar& calendar, Instant from, int days,
+                                   unsigned seed) {
+  std::mt19937 random(seed);
+  const char* apps[] = {"code", "firefox", "org.gnome.Terminal", "slack", "velto.offmac.meeting"};
+  const char* titles[] = {"main.cc - velto", "Inbox", "notes", "main.cc - velto"};
+  std::vector<Segment> rows;
+  Instant cursor = from;
+  const Instant end = calendar.addDays(from, days);
+  while (cursor < end) {
+    const int gapChoice = static_cast<int>(random() % 6);
+    const double gap = gapChoice == 0   ? 60
+                       : gapChoice == 1 ? 61
+                       : gapChoice == 2 ? 0
+                       : gapChoice == 3 ? 3600.0 * (random() % 9)
+                                        : random() % 300;
+    cursor = addSeconds(cursor, gap);
+    const double length = 3 + random() % (random() % 10 == 0 ? 7200 : 600);
+    Segment row;
+    row.id = Uuid::random();
+    row.startedAt = cursor;
+    row.endedAt = addSeconds(cursor, length);
+    row.seconds = length;
+    row.bundleId = apps[random() % 5];
+    row.appName = row.bundleId == std::string("code") && random() % 2 ? "VS Code" : row.bundleId;
+    if (random() % 4 != 0) row.windowTitle = titles[random() % 4];
+    if (row.bundleId == std::string("firefox")) {
+      const int host = static_cast<int>(random() % 4);
+      if (host == 1) row.host = "";
+      if (host >= 2) row.host = host == 2 ? "github.com" : "news.example.com";
+    }
+    if (row.bundleId == std::string("org.gnome.Terminal") && random() % 2) row.toolName = "npm";
+    // The recorder splits at midnight; imported or older rows sometimes are not.
+    const Instant midnight = calendar.nextMidnight(cursor);
+    if (row.endedAt > midnight && random() % 3 != 0) {
+      row.endedAt = midnight;
+      row.seconds = secondsBetween(row.startedAt, midnight);
+    }
+    row.dayKey = calendar.dayKey(row.startedAt);
+    cursor = row.endedAt;
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+class AggregatesMatchRowsTest : public testing::StoreTest {
+ protected:
+  AggregatesMatchRowsTest() : StoreTest("Europe/Berlin") {}
+
+  void expectSameTally(const Calendar& reading, const DateInterval& interval,
+                       const std::string& what) {
+    SCOPED_TRACE(what + " in " + reading.zoneName() + " " + reading.dayKey(interval.start) +
+                 " to " + reading.dayKey(interval.end));
+    UsageSource source(*store, reading);
+    const Result<UsageTally> reference = source.tallyFromRows(interval, {});
+    ASSERT_TRUE(reference.ok());
+    for (bool titles : {true, false}) {
+      source.setCategoriesUseTitles(titles);
+      const Result<UsageTally> totals = source.tally(interval, {}, false, false);
+      ASSERT_TRUE(totals.ok()) << totals.error();
+      EXPECT_EQ(totalsOf(totals->contexts, !titles), totalsOf(reference->contexts, !titles));
+    }
+    const Result<UsageTally> fast = source.tally(interval, {}, false);
+    ASSERT_TRUE(fast.ok()) << fast.error();
+    EXPECT_EQ(fast->days, reference->days);
+    // Joined day summaries give what the rows give.
+    EXPECT_EQ(shapeOf(fast->days), UsageRollup::shape(atComputer(reference->rows), reading));
+    // A second read comes from the cached day summaries.
+    const Result<UsageTally> again = source.tally(interval, {}, false);
+    ASSERT_TRUE(again.ok());
+    EXPECT_EQ(again->days, reference->days);
+  }
+
+  void expectSameEverywhere(const std::string& what) {
+    const Calendar berlin = calendar;
+    const Calendar newYork = *Calendar::named("America/New_York");
+    const Instant anchor = at("2026-10-25T12:00:00Z");  // Berlin leaves summer time that day
+    for (const Calendar* reading : {&berlin, &newYork}) {
+      for (PeriodKind kind : {PeriodKind::day, PeriodKind::week, PeriodKind::month}) {
+        expectSameTally(*reading, periodContaining(kind, anchor, *reading, anchor).interval, what);
+      }
+      expectSameTally(*reading, {at("2026-10-03T10:17:00Z"), at("2026-11-02T23:59:30Z")}, what);
+      expectSameTally(*reading, {at("2026-01-01T00:00:00Z"), at("2027-01-01T00:00:00Z")}, what);
+    }
+  }
+};
+
+TEST_F(AggregatesMatchRowsTest, AgreeOnRandomHistoriesThroughEditsAndPurges) {
+  for (unsigned seed : {1u, 2u, 3u}) {
+    ASSERT_TRUE(store->wipe());
+    std::vector<Segment> history = randomHistory(calendar, at("2026-09-20T05:00:00Z"), 60, seed);
+    ASSERT_TRUE(store->insertRows(history));
+    expectSameEverywhere("inserted");
+
+    std::mt19937 random(seed);
+    std::vector<Uuid> doomed;
+    std::vector<Uuid> moved;
+    for (const Segment& row : history) {
+      if (random() % 10 == 0) doomed.push_back(row.id);
+      if (random() % 10 == 1) moved.push_back(row.id);
+    }
+    ASSERT_TRUE(store->deleteSegments(doomed));
+    ASSERT_TRUE(store->reassign(moved, "slack", "Slack"));
+    ASSERT_TRUE(store->nameTime(at("2026-10-24T21:00:00Z"), at("2026-10-25T03:00:00Z"),
+                                "velto.offmac.phone", "Phone", {}));
+    expectSameEverywhere("edited");
+
+    ASSERT_TRUE(store->purge(30, at("2026-11-10T12:00:00Z")).ok());
+    expectSameEverywhere("purged");
+  }
+}
+
+TEST_F(AggregatesMatchRowsTest, FullReportsAgreeWithTheRunningSegmentAndRules) {
+  ASSERT_TRUE(store->insertRows(randomHistory(calendar, at("2026-09-01T05:00:00Z"), 90, 7)));
+  std::vector<CategoryRule> rules = {
+      {Uuid::random(), "github.com", "host", "coding", at("2026-01-01T00:00:00Z")},
+      {Uuid::random(), "inbox", "keyword", "communication", at("2026-01-01T00:00:00Z")}};
+  for (size_t ruleCount : {2u, 1u}) {
+    rules.resize(ruleCount);
+    const CategoryResolver resolver(rules, {}, nullptr);
+    const CategoryDirectory directory = CategoryDirectory::builtIn("en");
+    const Instant now = at("2026-11-18T15:30:00Z");
+    const LiveSlice live{{"code", "Code", "main.cc - velto", {}, {}, {}},
+                         at("2026-11-18T15:10:00Z")};
+    UsageSource source(*store, calendar);
+    for (PeriodKind kind :
+         {PeriodKind::day, PeriodKind::week, PeriodKind::month, PeriodKind::year}) {
+      for (Instant anchor : {now, at("2026-10-25T09:00:00Z")}) {
+        SCOPED_TRACE(std::string(rawValue(kind)) + " " + calendar.dayKey(anchor));
+        const ReportPeriod period = periodContaining(kind, anchor, calendar, now);
+        FigureInputs inputs{calendar, resolver, directory, "en", now, live, Uuid::random()};
+        inputs.categoriesUseTitles = hasKeywordRules(rules);
+        const Result<UsageFigures> fast = buildFigures(source, period, inputs);
+        inputs.rowsOnly = true;
+        const Result<UsageFigures> slow = buildFigures(source, period, inputs);
+        ASSERT_TRUE(fast.ok() && slow.ok());
+        EXPECT_EQ(fast->totalSeconds, slow->totalSeconds);
+        EXPECT_EQ(fast->offMacSeconds, slow->offMacSeconds);
+        EXPECT_EQ(fast->previousTotalSeconds, slow->previousTotalSeconds);
+        EXPECT_EQ(fast->focusSplit, slow->focusSplit);
+        EXPECT_EQ(fast->shape, slow->shape);
+        ASSERT_EQ(fast->byApp.size(), slow->byApp.size());
+        for (size_t i = 0; i < fast->byApp.size(); ++i) {
+          EXPECT_EQ(fast->byApp[i].bundleId, slow->byApp[i].bundleId);
+          EXPECT_EQ(fast->byApp[i].seconds, slow->byApp[i].seconds);
+          EXPECT_EQ(fast->byApp[i].count, slow->byApp[i].count);
+        }
+        ASSERT_EQ(fast->byCategory.size(), slow->byCategory.size());
+        for (size_t i = 0; i < fast->byCategory.size(); ++i) {
+          EXPECT_EQ(fast->byCategory[i].id, slow->byCategory[i].id);
+          EXPECT_EQ(fast->byCategory[i].seconds, slow->byCategory[i].seconds);
+        }
+        for (size_t h = 0; h < 24; ++h) EXPECT_EQ(fast->hourly[h].seconds, slow->hourly[h].seconds);
+        ASSERT_EQ(fast->buckets.size(), slow->buckets.size());
+        for (size_t i = 0; i < fast->buckets.size(); ++i) {
+          EXPECT_EQ(fast->buckets[i].seconds, slow->buckets[i].seconds);
+        }
+        EXPECT_EQ(fast->detailTrends.size(), slow->detailTrends.size());
+        EXPECT_EQ(fast->liveSegmentID.has_value(), period.inProgress);
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace velto

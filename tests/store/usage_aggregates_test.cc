@@ -1,0 +1,100 @@
+#include "store/usage_aggregates.h"
+
+#include <gtest/gtest.h>
+
+#include "store/store_fixture.h"
+
+namespace velto {
+namespace {
+
+using testing::at;
+
+class UsageAggregatesTest : public testing::StoreTest {
+ protected:
+  UsageAggregates& aggregates() {
+    if (!aggregates_) aggregates_.emplace(persistence->database());
+    return *aggregates_;
+  }
+
+  // Context totals of every stored day, as "bundle title micros count" lines.
+  std::vector<std::string> dayTotals() {
+    Result<std::vector<ContextTotal>> totals =
+        aggregates().contextTotals({{"0000-00-00", "9999-99-99"}}, {});
+    EXPECT_TRUE(totals.ok());
+    std::vector<std::string> lines;
+    for (const ContextTotal& total : *totals) {
+      lines.push_back(total.context.bundleId + " " + total.context.windowTitle.value_or("-") + " " +
+                      std::to_string(total.micros) + " " + std::to_string(total.count));
+    }
+    std::sort(lines.begin(), lines.end());
+    return lines;
+  }
+
+  std::optional<UsageAggregates> aggregates_;
+};
+
+TEST_F(UsageAggregatesTest, FollowInsertsEditsAndDeletesInTheSameTransaction) {
+  const Uuid first = add("code", "2026-11-20T08:00:00Z", "2026-11-20T08:00:01.5Z");
+  const Uuid second = add("code", "2026-11-20T09:00:00Z", "2026-11-20T10:00:00Z");
+  add("slack", "2026-11-21T09:00:00Z", "2026-11-21T09:10:00Z");
+  EXPECT_EQ(dayTotals(), (std::vector<std::string>{"code - 3601500000 2", "slack - 600000000 1"}));
+
+  ASSERT_TRUE(store->reassign(std::vector<Uuid>{second}, "slack", "Slack"));
+  ASSERT_TRUE(store->deleteSegments(std::vector<Uuid>{first}));
+  EXPECT_EQ(dayTotals(), (std::vector<std::string>{"slack - 3600000000 1", "slack - 600000000 1"}));
+
+  // A change that fails leaves the aggregates as they were.
+  failSegmentWrites();
+  EXPECT_FALSE(store->wipe());
+  EXPECT_EQ(dayTotals().size(), 2u);
+}
+
+TEST_F(UsageAggregatesTest, DayBoundsOnlyWidenAndEmptyDaysGo) {
+  add("code", "2026-11-20T08:00:00Z", "2026-11-20T09:00:00Z");
+  const Uuid late = add("code", "2026-11-20T20:00:00Z", "2026-11-20T21:00:00Z");
+  ASSERT_TRUE(store->deleteSegments(std::vector<Uuid>{late}));
+  Result<std::vector<StoredDay>> days = aggregates().days();
+  ASSERT_TRUE(days.ok());
+  ASSERT_EQ(days->size(), 1u);
+  EXPECT_EQ((*days)[0].dayKey, "2026-11-20");
+  EXPECT_EQ((*days)[0].count, 1);
+  // Never narrower than the rows: a reader falls back to the rows, never the other way round.
+  EXPECT_EQ((*days)[0].maxEndUs, at("2026-11-20T21:00:00Z").time_since_epoch().count());
+
+  ASSERT_TRUE(store->wipe());
+  EXPECT_TRUE(aggregates().days()->empty());
+  EXPECT_TRUE(dayTotals().empty());
+}
+
+TEST_F(UsageAggregatesTest, InstallingFillsThemFromStoredRowsAndChangesDropCachedDays) {
+  add("code", "2026-11-20T08:00:00Z", "2026-11-20T09:00:00Z");
+  add("code", "2026-12-01T08:00:00Z", "2026-12-01T08:30:00Z");
+  const std::vector<std::string> before = dayTotals();
+  ASSERT_TRUE(persistence->database().exec(
+      "DROP TRIGGER usage_after_insert; DROP TRIGGER usage_after_delete; "
+      "DROP TRIGGER usage_after_update; DROP TABLE usage_context; DROP TABLE usage_day_context; "
+      "DROP TABLE usage_app; DROP TABLE usage_day_app; DROP TABLE usage_month_app; "
+      "DROP TABLE usage_day; DROP TABLE usage_day_cache;"));
+  ASSERT_TRUE(installUsageAggregates(persistence->database()));
+  EXPECT_EQ(dayTotals(), before);
+  Result<std::vector<ContextTotal>> months =
+      aggregates().contextTotals({}, {{"2026-11", "2026-12"}});
+  ASSERT_TRUE(months.ok());
+  ASSERT_EQ(months->size(), 1u);
+  EXPECT_EQ((*months)[0].micros, 5'400'000'000);
+  // Per application and detail, by whole months.
+  months = aggregates().contextTotals({}, {{"2026-11", "2026-12"}}, false);
+  ASSERT_TRUE(months.ok());
+  ASSERT_EQ(months->size(), 1u);
+  EXPECT_TRUE((*months)[0].titleless);
+  EXPECT_EQ((*months)[0].count, 2);
+
+  aggregates().cacheDay("2026-11-20", "UTC", "summary");
+  EXPECT_EQ(aggregates().cachedDay("2026-11-20", "UTC"), "summary");
+  EXPECT_FALSE(aggregates().cachedDay("2026-11-20", "Europe/Berlin"));
+  add("slack", "2026-11-20T10:00:00Z", "2026-11-20T10:05:00Z");
+  EXPECT_FALSE(aggregates().cachedDay("2026-11-20", "UTC"));
+}
+
+}  // namespace
+}  // namespace velto
