@@ -3,6 +3,7 @@
 #include "base/log.h"
 #include "base/notices.h"
 #include "base/paths.h"
+#include "base/strings.h"
 #include "categories/category_seed_location.h"
 
 namespace velto {
@@ -39,16 +40,43 @@ ServiceSet::ServiceSet(Desktop desktop, ServicePaths paths, Calendar calendar)
       resolver_(exclusions_, desktop.browsers, desktop.processes,
                 [this] { return settings_.detailCaptureEnabled(); }),
       checkpoints_(paths.dataFolder.value_or(std::filesystem::temp_directory_path())),
-      commands_(paths.sharedFolder) {
+      commands_(paths.sharedFolder),
+      limits_(settings_, notices_, desktop.clock),
+      notifications_(desktop.notifications != nullptr ? *desktop.notifications
+                                                      : unavailableNotifications_) {
+  unavailableNotifications_.status = NotificationAuthorization::denied;
   engine_ = std::make_unique<TrackingEngine>(TrackingEnvironment{
       desktop.front, desktop.titles, desktop.idleTime, desktop.power, desktop.session, resolver_,
       settings_, sink_, paths.dataFolder ? &checkpoints_ : nullptr, &commands_, calendar_,
       desktop.clock, desktop.scheduler, notices_});
   reloadRules();
   rulesChanged_ = notices_.subscribe(notices::kCategoryRulesDidChange, [this] { reloadRules(); });
-  // A deleted category takes its rules with it.
-  categories_.addDeletionHandler(
-      [this](const std::string& id) { (void)store_->deleteRulesForCategory(id); });
+  // A deleted category takes its rules and its limits with it.
+  categories_.addDeletionHandler([this](const std::string& id) {
+    (void)store_->deleteRulesForCategory(id);
+    limits_.removeCategory(id);
+  });
+  usage_ = std::make_unique<UsageSource>(*store_, calendar_);
+  figures_ = std::make_unique<ReportFigures>(
+      *usage_, desktop.clock, [this] { return resolution_.current(); },
+      [this]() -> std::optional<LiveSlice> {
+        const auto& open = engine_->recorder().openSegment();
+        if (!open) return std::nullopt;
+        return LiveSlice{open->context, open->startedAt};
+      });
+  const SummaryEnvironment notifier{
+      settings_, calendar_, desktop.clock, desktop.scheduler, notices_, notifications_, [this] {
+        return language();
+      }};
+  digestComposer_ = std::make_unique<WeeklyDigestComposer>(*figures_, calendar_, &categories_);
+  digest_ = std::make_unique<WeeklyDigestScheduler>(notifier, *digestComposer_);
+  dailyComposer_ = std::make_unique<DailySummaryComposer>(*figures_, calendar_, &categories_);
+  monitor_ = std::make_unique<LimitMonitor>(LimitMonitorEnvironment{
+      notifier, limits_, *figures_, &categories_, [this] { return engine_->isPaused(); }});
+  daily_ = std::make_unique<DailySummaryScheduler>(notifier, *dailyComposer_,
+                                                   [this] { return monitor_->progress(); });
+  widgets_ = std::make_unique<WidgetSnapshotWriter>(
+      paths.sharedFolder, [this] { return widgetSnapshot(); }, desktop.scheduler, notices_);
   engine_->onClockChange = [this] {
     // Follow a zone change of the session, unless the calendar was set to a zone on purpose.
     if (const char* tz = std::getenv("TZ"); tz == nullptr || *tz == '\0') {
@@ -72,12 +100,67 @@ void ServiceSet::reloadRules() {
 void ServiceSet::start() {
   retention_.run();
   engine_->start();
+  digest_->start();
+  daily_->start();
+  monitor_->start();
+  widgets_->start();
   armMidnight();
 }
 
 void ServiceSet::quit() {
   engine_->stop();
   midnight_.cancel();
+  widgets_->stop();
+  monitor_->stop();
+  daily_->stop();
+  digest_->stop();
+}
+
+std::string ServiceSet::language() const {
+  return i18n::resolveLanguage(settings_.uiLanguage());
+}
+
+WidgetSnapshot ServiceSet::widgetSnapshot() {
+  const Instant now = desktop_.clock.now();
+  const DateInterval today = calendar_.dayInterval(now);
+  const std::string lang = language();
+  WidgetSnapshot snapshot;
+  snapshot.dayStart = today.start;
+  snapshot.validUntil = today.end;
+  snapshot.updatedAt = now;
+  snapshot.isPaused = engine_->isPaused();
+  snapshot.totalSeconds = figures_->totalSeconds(today.start, now);
+  // Against the same elapsed part of yesterday.
+  const Instant yesterday = calendar_.addDays(today.start, -1);
+  const double before =
+      figures_->totalSeconds(yesterday, addSeconds(yesterday, secondsBetween(today.start, now)));
+  if (before > 0) snapshot.changeRatio = (snapshot.totalSeconds - before) / before;
+  for (const CategoryChange& change :
+       figures_->categoryChanges(today.start, now, today.start, today.start)) {
+    if (change.current <= 0) continue;
+    const UsageCategory category = UsageCategory::fromRaw(change.category);
+    const EffectiveCategory effective = categories_.effective(category, lang);
+    const ColorHue& hue = categories_.hue(category);
+    auto rgb = [](const Rgb& c) {
+      return (unsigned{c.red} << 16) | (unsigned{c.green} << 8) | c.blue;
+    };
+    snapshot.categories.push_back(
+        {effective.rawValue, effective.name, change.current, rgb(hue.light), rgb(hue.dark)});
+  }
+  std::sort(snapshot.categories.begin(), snapshot.categories.end(),
+            [](const auto& a, const auto& b) { return a.seconds > b.seconds; });
+  snapshot.topApps = figures_->topApps(today.start, now, 5);
+  const DateInterval week = calendar_.weekInterval(now);
+  for (Instant day = week.start; day < week.end; day = calendar_.nextMidnight(day)) {
+    const bool isToday = day == today.start;
+    snapshot.week.push_back(
+        {day,
+         day <= now ? figures_->totalSeconds(day, std::min(calendar_.nextMidnight(day), now)) : 0.0,
+         isToday});
+  }
+  snapshot.appearance = settings_.theme();
+  snapshot.language = settings_.uiLanguage();
+  return snapshot;
 }
 
 void ServiceSet::armMidnight() {
@@ -88,6 +171,7 @@ void ServiceSet::armMidnight() {
 void ServiceSet::dayOrClockChanged() {
   retention_.run();
   armMidnight();
+  notices_.post(notices::kDayDidChange);
 }
 
 }  // namespace velto

@@ -1,8 +1,9 @@
 // The running program's services, built once at launch in a fixed order and kept for the life
 // of the process: settings, the store (schema brought up to date, then the retention purge),
-// categories with the user's rules, exclusions and the context resolver, and the tracking engine,
-// which starts once the store is open. Purges again when the day, the zone or the clock changes,
-// and stops in order on quit.
+// categories with the user's rules, the limits, exclusions and the context resolver, the
+// tracking engine (started once the store is open), the weekly digest, the daily summary, the
+// limit monitor, the notification router and the widget snapshot writer. Purges again and
+// announces a new day when the day, the zone or the clock changes, and stops in order on quit.
 //
 // The desktop (real or scripted) and the time base are handed in, so the same wiring runs the
 // recorder on a real session, in tests and in velto-replay.
@@ -23,11 +24,19 @@
 #include "context/context_resolver.h"
 #include "context/exclusion_store.h"
 #include "context/process_table.h"
+#include "limits/limit_monitor.h"
+#include "limits/limit_store.h"
 #include "recording/platform_sources.h"
 #include "recording/tracking_engine.h"
+#include "reports/report_figures.h"
+#include "reports/usage_source.h"
 #include "store/retention.h"
 #include "store/segment_store.h"
+#include "summaries/daily_summary.h"
+#include "summaries/notification_router.h"
+#include "summaries/weekly_digest.h"
 #include "surfaces/settings.h"
+#include "surfaces/widget_snapshot.h"
 
 namespace velto {
 
@@ -42,6 +51,7 @@ struct Desktop {
   ProcessTable* processes;     // null: no tool probing
   const Clock& clock;
   Scheduler& scheduler;
+  AppNotificationCentering* notifications = nullptr;  // null: no notification server
 };
 
 struct ServicePaths {
@@ -77,6 +87,14 @@ class ServiceSet {
   std::shared_ptr<const CategoryResolver> categoryResolver() const { return resolution_.current(); }
   TrackingEngine& engine() { return *engine_; }
   TrackingCommand& commands() { return commands_; }
+  LimitStore& limits() { return limits_; }
+  LimitMonitor& limitMonitor() { return *monitor_; }
+  NotificationRouter& router() { return router_; }
+  ReportFigures& figures() { return *figures_; }
+  // The interface language for every text ("velto.uiLanguage", or the session's).
+  std::string language() const;
+  // Today's figures for other programs (widget-snapshot.json).
+  WidgetSnapshot widgetSnapshot();
 
  private:
   class RecordingSink;
@@ -100,6 +118,18 @@ class ServiceSet {
   FileSegmentCheckpoints checkpoints_;
   TrackingCommand commands_;
   std::unique_ptr<TrackingEngine> engine_;
+  LimitStore limits_;
+  InMemoryNotificationCenter unavailableNotifications_;  // used when the desktop has none
+  AppNotificationCentering& notifications_;
+  std::unique_ptr<UsageSource> usage_;
+  std::unique_ptr<ReportFigures> figures_;
+  std::unique_ptr<WeeklyDigestComposer> digestComposer_;
+  std::unique_ptr<WeeklyDigestScheduler> digest_;
+  std::unique_ptr<DailySummaryComposer> dailyComposer_;
+  std::unique_ptr<DailySummaryScheduler> daily_;
+  std::unique_ptr<LimitMonitor> monitor_;
+  NotificationRouter router_;
+  std::unique_ptr<WidgetSnapshotWriter> widgets_;
   Timer midnight_;
 };
 
