@@ -1,0 +1,151 @@
+// `velto record`: the recorder without a tray. Runs the full service set on the real desktop
+// until SIGINT or SIGTERM, which close the open segment ("appQuit") and stop cleanly.
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QFileSystemWatcher>
+#include <QSocketNotifier>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "app/service_set.h"
+#include "base/files.h"
+#include "base/iso8601.h"
+#include "base/log.h"
+#include "base/notices.h"
+#include "base/strings.h"
+#include "cli/command.h"
+#include "cli/commands/recorder_presence.h"
+#include "platform/linux/linux_desktop.h"
+#include "platform/linux/notification_center.h"
+
+namespace velto::cli {
+
+namespace {
+
+int signalPipe[2] = {-1, -1};
+
+void onStopSignal(int) {
+  const char byte = 1;
+  [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
+}
+
+void say(const std::string& text) {
+  std::fputs(text.c_str(), stderr);
+  std::fputc('\n', stderr);
+}
+
+// A command file may carry "until" (ISO 8601) for a timed pause, which `velto pause --for`
+// and `--until` leave; the recorder applies it as a timed pause. Anything else goes to the
+// engine's own command handling.
+void takeCommand(ServiceSet& services, const Clock& clock) {
+  if (std::optional<std::filesystem::path> path = services.commands().path()) {
+    if (Result<std::string> bytes = files::readAll(*path)) {
+      const nlohmann::json json = nlohmann::json::parse(*bytes, nullptr, false);
+      if (json.is_object() && json.contains("until") && json["until"].is_string()) {
+        const std::optional<Instant> until = parseIso8601(json["until"].get<std::string>());
+        std::optional<TrackingCommandRequest> command = services.commands().readAndConsume();
+        if (until && command && command->paused && command->isFreshAt(clock.now())) {
+          services.engine().pause(*until);
+        } else if (command && command->isFreshAt(clock.now())) {
+          services.engine().setPaused(command->paused);
+        }
+        return;
+      }
+    }
+  }
+  services.notices().post(notices::kTrackingCommand);
+}
+
+int record(const Invocation& invocation) {
+  if (!invocation.args.empty()) {
+    say(i18n::text(invocation.language, "recorder.badOption %@", invocation.args.front()));
+    return 2;
+  }
+  ServicePaths paths = defaultServicePaths();
+  for (const std::optional<std::filesystem::path>& folder :
+       {std::optional(paths.settingsFile.parent_path()), paths.dataFolder, paths.sharedFolder}) {
+    if (!folder) continue;
+    if (Status made = files::ensureDirectory(*folder); !made) {
+      log::error("Could not create %{public}s: %{public}s", folder->string(), made.error());
+    }
+  }
+  RecorderLock lock(paths.sharedFolder.value_or(paths.settingsFile.parent_path()));
+  if (!lock.acquire()) {
+    say(i18n::text(invocation.language, "record.alreadyRunning %@",
+                   std::to_string(lock.holder().value_or(0))));
+    return 1;
+  }
+
+  int argc = 1;
+  char name[] = "velto";
+  char* argv[] = {name, nullptr};
+  QCoreApplication application(argc, argv);
+
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) != 0) {
+    log::error("Could not set up signal handling: %{public}s", files::errnoText(errno));
+    return 1;
+  }
+  struct sigaction action {};
+  action.sa_handler = onStopSignal;
+  sigemptyset(&action.sa_mask);
+  action.sa_flags = SA_RESTART;
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+  QSocketNotifier stopNotifier(signalPipe[0], QSocketNotifier::Read);
+  QObject::connect(&stopNotifier, &QSocketNotifier::activated, &application,
+                   [] { QCoreApplication::quit(); });
+
+  platform::LinuxDesktop desktop;
+  for (platform::MissingSource missing : desktop.missingSources()) {
+    say(i18n::text(invocation.language, platform::missingSourceKey(missing)));
+  }
+
+  // Limit alerts, the daily summary and the weekly digest reach the desktop's notification
+  // server; a click opens nothing yet (there is no window), but is routed all the same.
+  platform::FreedesktopNotificationCenter notifications(nullptr);
+  Desktop session = desktop.desktop();
+  session.notifications = &notifications;
+  ServiceSet services(session, paths, Calendar::current());
+  notifications.setRouter(&services.router());
+  services.engine().onGapDecided = [](const AwayGap& gap, bool offered) {
+    log::info("Away for %{public}s s, offered to the user: %{bool,public}d",
+              std::to_string(static_cast<long long>(gap.duration())),
+              std::string(offered ? "true" : "false"));
+  };
+
+  // The shared folder brings commands; the configuration folder brings settings written by
+  // other processes (writers rename into place, so the folder is watched, not the file).
+  QFileSystemWatcher watcher;
+  const QString sharedFolder =
+      paths.sharedFolder ? QString::fromStdString(paths.sharedFolder->string()) : QString();
+  if (!sharedFolder.isEmpty()) watcher.addPath(sharedFolder);
+  watcher.addPath(QString::fromStdString(paths.settingsFile.parent_path().string()));
+  QObject::connect(&watcher, &QFileSystemWatcher::directoryChanged, &application,
+                   [&](const QString& folder) {
+                     if (folder == sharedFolder) {
+                       takeCommand(services, desktop.clock());
+                     } else {
+                       services.settings().reloadIfChanged();
+                     }
+                   });
+
+  services.start();
+  // A command left while no recorder ran is taken now (the engine drops stale ones).
+  if (paths.sharedFolder) takeCommand(services, desktop.clock());
+  say(i18n::text(invocation.language, "record.started"));
+  QCoreApplication::exec();
+  services.quit();
+  say(i18n::text(invocation.language, "record.stopped"));
+  ::close(signalPipe[0]);
+  ::close(signalPipe[1]);
+  return 0;
+}
+
+const Registration registration{Command{"record", "record.summary", "record.help", record}};
+
+}  // namespace
+
+}  // namespace velto::cli

@@ -1,0 +1,101 @@
+// `velto status [--json]`: whether a recorder runs, whether tracking is paused, and which
+// desktop sources work in this session.
+#include <QCoreApplication>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "app/service_set.h"
+#include "base/iso8601.h"
+#include "base/notice_bus.h"
+#include "base/strings.h"
+#include "cli/command.h"
+#include "cli/commands/recorder_presence.h"
+#include "platform/linux/linux_desktop.h"
+#include "surfaces/settings.h"
+
+namespace velto::cli {
+
+namespace {
+
+void out(const std::string& text) {
+  std::fputs(text.c_str(), stdout);
+  std::fputc('\n', stdout);
+}
+
+int status(const Invocation& invocation) {
+  bool json = false;
+  for (const std::string& arg : invocation.args) {
+    if (arg != "--json") {
+      std::fprintf(stderr, "%s\n",
+                   i18n::text(invocation.language, "recorder.badOption %@", arg).c_str());
+      return 2;
+    }
+    json = true;
+  }
+  const std::string& language = invocation.language;
+  const ServicePaths paths = defaultServicePaths();
+  const std::optional<int> recorder =
+      RecorderLock(paths.sharedFolder.value_or(paths.settingsFile.parent_path())).holder();
+  NoticeBus notices;
+  Settings settings(paths.settingsFile, notices);
+  const bool paused = settings.isPaused();
+  const std::optional<Instant> until = paused ? settings.pausedUntil() : std::nullopt;
+
+  int argc = 1;
+  char name[] = "velto";
+  char* argv[] = {name, nullptr};
+  QCoreApplication application(argc, argv);
+  platform::LinuxDesktop desktop;
+  const std::vector<platform::MissingSource> missing = desktop.missingSources();
+  auto has = [&](platform::MissingSource source) {
+    return std::find(missing.begin(), missing.end(), source) == missing.end();
+  };
+
+  if (json) {
+    nlohmann::json document;
+    document["recorder"] = {{"running", recorder.has_value()}, {"pid", recorder.value_or(0)}};
+    document["paused"] = paused;
+    document["pausedUntil"] = until ? nlohmann::json(formatIso8601(*until)) : nullptr;
+    nlohmann::json sources = nlohmann::json::array();
+    for (platform::MissingSource source : missing) {
+      sources.push_back(platform::missingSourceKey(source));
+    }
+    document["missingSources"] = sources;
+    out(document.dump(2));
+    return 0;
+  }
+  out(recorder ? i18n::text(language, "status.recorder.running %@", std::to_string(*recorder))
+               : i18n::text(language, "status.recorder.stopped"));
+  if (!paused) {
+    out(i18n::text(language, "status.tracking.recording"));
+  } else if (until) {
+    out(i18n::text(language, "status.tracking.pausedUntil %@",
+                   formatIso8601Local(*until, Calendar::current())));
+  } else {
+    out(i18n::text(language, "status.tracking.paused"));
+  }
+  const std::string missingText = i18n::text(language, "status.value.missing");
+  out(i18n::text(language, "status.sources"));
+  using platform::MissingSource;
+  out("  " + i18n::text(language, "status.source.front %@",
+                        has(MissingSource::display) ? std::string("X11") : missingText));
+  out("  " + i18n::text(language, "status.source.idle %@",
+                        has(MissingSource::display) && has(MissingSource::idleTime)
+                            ? std::string("XScreenSaver")
+                            : missingText));
+  out("  " + i18n::text(language, "status.source.session %@",
+                        has(MissingSource::logind) && has(MissingSource::loginSession)
+                            ? std::string("logind")
+                            : missingText));
+  out("  " + i18n::text(language, "status.source.screenSaver %@",
+                        has(MissingSource::sessionBus) ? std::string("D-Bus") : missingText));
+  out("  " + i18n::text(language, "status.source.browser %@",
+                        i18n::text(language, "status.value.atspiOff")));
+  return 0;
+}
+
+const Registration registration{Command{"status", "status.summary", "status.help", status}};
+
+}  // namespace
+
+}  // namespace velto::cli

@@ -1,0 +1,90 @@
+#include "platform/linux/clock_watch.h"
+
+#include <sys/inotify.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include "base/files.h"
+#include "base/log.h"
+
+namespace velto::platform {
+
+ClockWatch::ClockWatch(std::function<void(SessionSignal)> signal) : signal_(std::move(signal)) {
+  timerFd_ = timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC);
+  if (timerFd_ >= 0 && armTimer()) {
+    timerNotifier_ = std::make_unique<QSocketNotifier>(timerFd_, QSocketNotifier::Read);
+    QObject::connect(timerNotifier_.get(), &QSocketNotifier::activated, timerNotifier_.get(),
+                     [this] { timerReadable(); });
+  } else {
+    log::error("Cannot watch the system clock: %{public}s", files::errnoText(errno));
+    if (timerFd_ >= 0) ::close(timerFd_);
+    timerFd_ = -1;
+  }
+
+  inotifyFd_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+  if (inotifyFd_ >= 0 && inotify_add_watch(inotifyFd_, "/etc",
+                                           IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE | IN_DELETE |
+                                               IN_ATTRIB | IN_ONLYDIR) >= 0) {
+    inotifyNotifier_ = std::make_unique<QSocketNotifier>(inotifyFd_, QSocketNotifier::Read);
+    QObject::connect(inotifyNotifier_.get(), &QSocketNotifier::activated, inotifyNotifier_.get(),
+                     [this] { inotifyReadable(); });
+  } else {
+    log::error("Cannot watch the time zone: %{public}s", files::errnoText(errno));
+    if (inotifyFd_ >= 0) ::close(inotifyFd_);
+    inotifyFd_ = -1;
+  }
+}
+
+ClockWatch::~ClockWatch() {
+  timerNotifier_.reset();
+  inotifyNotifier_.reset();
+  if (timerFd_ >= 0) ::close(timerFd_);
+  if (inotifyFd_ >= 0) ::close(inotifyFd_);
+}
+
+bool ClockWatch::armTimer() {
+  // An absolute deadline that never comes: the read fails with ECANCELED when the clock is set.
+  itimerspec spec{};
+  spec.it_value.tv_sec = static_cast<time_t>(INT32_MAX) * 4;
+  return timerfd_settime(timerFd_, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &spec, nullptr) ==
+         0;
+}
+
+void ClockWatch::timerReadable() {
+  std::uint64_t expirations = 0;
+  const ssize_t read = ::read(timerFd_, &expirations, sizeof expirations);
+  if (read < 0 && errno == ECANCELED) {
+    armTimer();
+    if (signal_) signal_(SessionSignal::clockChanged);
+  } else if (read < 0 && errno == EAGAIN) {
+    return;
+  } else {
+    armTimer();
+  }
+}
+
+void ClockWatch::inotifyReadable() {
+  alignas(inotify_event) char buffer[4096];
+  bool zoneChanged = false;
+  for (;;) {
+    const ssize_t length = ::read(inotifyFd_, buffer, sizeof buffer);
+    if (length <= 0) break;
+    for (ssize_t at = 0; at < length;) {
+      const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
+      if (event->len > 0) {
+        const std::string_view name(event->name, strnlen(event->name, event->len));
+        if (name == "localtime" || name == "timezone") zoneChanged = true;
+      }
+      at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+    }
+  }
+  if (zoneChanged && signal_) signal_(SessionSignal::timeZoneChanged);
+}
+
+}  // namespace velto::platform

@@ -1,0 +1,51 @@
+#include "platform/linux/linux_desktop.h"
+
+namespace velto::platform {
+
+const char* missingSourceKey(MissingSource source) {
+  switch (source) {
+    case MissingSource::display:
+      return "record.missing.display";
+    case MissingSource::idleTime:
+      return "record.missing.idleTime";
+    case MissingSource::sessionBus:
+      return "record.missing.sessionBus";
+    case MissingSource::logind:
+      return "record.missing.logind";
+    case MissingSource::loginSession:
+      return "record.missing.loginSession";
+    case MissingSource::clockWatch:
+      return "record.missing.clockWatch";
+  }
+  return "record.missing.display";
+}
+
+LinuxDesktop::LinuxDesktop()
+    : scheduler_(clock_),
+      x11_(scheduler_, [this](SessionSignal signal) { hub_.deliver(signal); }),
+      dbus_([this](SessionSignal signal) { hub_.deliver(signal); }),
+      clockWatch_([this](SessionSignal signal) { hub_.deliver(signal); }),
+      power_([this] { return x11_.clientApplications(); }) {}
+
+Desktop LinuxDesktop::desktop() {
+  return Desktop{x11_, x11_, x11_, power_, hub_, nullptr, &processes_, clock_, scheduler_};
+}
+
+std::vector<MissingSource> LinuxDesktop::missingSources() const {
+  std::vector<MissingSource> missing;
+  if (!x11_.isConnected()) {
+    missing.push_back(MissingSource::display);
+  } else if (!x11_.hasIdleTime()) {
+    missing.push_back(MissingSource::idleTime);
+  }
+  if (!dbus_.hasSessionBus()) missing.push_back(MissingSource::sessionBus);
+  if (!dbus_.hasLogind()) {
+    missing.push_back(MissingSource::logind);
+  } else if (!dbus_.hasLoginSession()) {
+    missing.push_back(MissingSource::loginSession);
+  }
+  if (!clockWatch_.watchesClock()) missing.push_back(MissingSource::clockWatch);
+  return missing;
+}
+
+}  // namespace velto::platform

@@ -1,0 +1,56 @@
+// The real desktop of an X11 session on Linux, assembled for the service set: the X11 session,
+// logind and screen-saver signals, the clock watch, idle inhibitors and /proc.
+//
+// Every source that cannot work here (no display, no session bus, no logind) is listed by
+// missingSources() and otherwise answers "nothing", so recording goes on with what works.
+//
+// Thread: main thread; a QCoreApplication must exist first and outlive this object.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "app/service_set.h"
+#include "base/clock.h"
+#include "context/proc_process_table.h"
+#include "platform/linux/clock_watch.h"
+#include "platform/linux/dbus_session_watch.h"
+#include "platform/linux/inhibitor_assertions.h"
+#include "platform/linux/qt_scheduler.h"
+#include "platform/linux/session_signal_hub.h"
+#include "platform/linux/x11_session.h"
+
+namespace velto::platform {
+
+// A source that could not be started, with the catalog key of the message saying so.
+enum class MissingSource { display, idleTime, sessionBus, logind, loginSession, clockWatch };
+
+// The catalog key of the message for `source` ("record.missing.display", ...).
+const char* missingSourceKey(MissingSource source);
+
+class LinuxDesktop {
+ public:
+  LinuxDesktop();
+  LinuxDesktop(const LinuxDesktop&) = delete;
+  LinuxDesktop& operator=(const LinuxDesktop&) = delete;
+
+  // References into this object; valid while it lives. No browser tab reader: browsers are
+  // recorded by their titles.
+  Desktop desktop();
+  std::vector<MissingSource> missingSources() const;
+
+  Scheduler& scheduler() { return scheduler_; }
+  const Clock& clock() const { return clock_; }
+
+ private:
+  SystemClock clock_;
+  QtScheduler scheduler_;
+  SessionSignalHub hub_;
+  X11Session x11_;
+  DbusSessionWatch dbus_;
+  ClockWatch clockWatch_;
+  InhibitorAssertions power_;
+  ProcProcessTable processes_;
+};
+
+}  // namespace velto::platform

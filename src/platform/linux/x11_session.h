@@ -1,0 +1,99 @@
+// The X11 session: the active window (_NET_ACTIVE_WINDOW on the root), its application
+// (WM_CLASS, _NET_WM_PID with an XRes fallback, desktop entries), its title (_NET_WM_NAME,
+// else WM_NAME), seconds since the last input and screen-saver state (MIT-SCREEN-SAVER), and
+// display sleep (DPMS, polled every 10 s).
+//
+// Event-driven: the connection's socket wakes the Qt event loop; nothing is polled except DPMS,
+// which has no events. A session without a display (or one that goes away) answers none / 0 and
+// says so through isConnected().
+//
+// Thread: main thread (the Qt event loop's).
+#pragma once
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/scheduler.h"
+#include "platform/linux/desktop_entries.h"
+#include "recording/platform_sources.h"
+
+struct xcb_connection_t;
+
+namespace velto::platform {
+
+class X11Session final : public FrontmostAppSource,
+                         public WindowTitleSource,
+                         public IdleTimeSource {
+ public:
+  // `sessionSignal` receives screen-saver and display-sleep changes.
+  X11Session(Scheduler& scheduler, std::function<void(SessionSignal)> sessionSignal);
+  ~X11Session() override;
+  X11Session(const X11Session&) = delete;
+  X11Session& operator=(const X11Session&) = delete;
+
+  bool isConnected() const;
+  bool hasIdleTime() const { return hasScreenSaver_; }
+  bool hasDpms() const { return hasDpms_; }
+
+  std::optional<RunningApplication> frontmostApplication() override;
+  void setActivationHandler(
+      std::function<void(const std::optional<RunningApplication>&)> handler) override;
+
+  bool observe(int pid, std::function<void()> onChange) override;
+  void stop() override;
+  std::optional<std::string> focusedWindowTitle(int pid) override;
+
+  double secondsSinceLastInput() override;
+
+  // The applications of every managed window (_NET_CLIENT_LIST), one per process.
+  std::vector<RunningApplication> clientApplications();
+
+ private:
+  struct Property {
+    std::uint32_t type = 0;
+    std::string bytes;
+  };
+  std::optional<Property> property(std::uint32_t window, std::uint32_t atom, std::uint32_t type);
+  std::uint32_t atom(const char* name);
+  std::optional<std::string> title(std::uint32_t window);
+  int pidOf(std::uint32_t window);
+  std::optional<RunningApplication> applicationOf(std::uint32_t window);
+  void refreshActiveWindow(bool notify);
+  void titleMayHaveChanged();
+  void drain();
+  void drainSoon();
+  void pollDpms();
+  void lost();
+
+  Scheduler& scheduler_;
+  std::function<void(SessionSignal)> sessionSignal_;
+  xcb_connection_t* connection_ = nullptr;
+  std::uint32_t root_ = 0;
+  std::unique_ptr<QSocketNotifier> notifier_;
+  bool connected_ = false;
+  bool hasScreenSaver_ = false;
+  bool hasDpms_ = false;
+  std::uint8_t screenSaverEvent_ = 0;
+  struct {
+    std::uint32_t activeWindow, wmName, netWmName, utf8, wmPid, clientList;
+  } atoms_{};
+
+  DesktopEntryIndex entries_;
+  std::uint32_t active_ = 0;
+  std::optional<RunningApplication> front_;
+  std::optional<std::string> lastTitle_;
+  std::function<void(const std::optional<RunningApplication>&)> activation_;
+  int observedPid_ = 0;
+  std::function<void()> onChange_;
+  bool drainPending_ = false;
+  bool displaysAsleep_ = false;
+  Timer dpmsPoll_;
+};
+
+}  // namespace velto::platform

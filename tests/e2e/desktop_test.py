@@ -1,0 +1,379 @@
+#!/usr/bin/python3
+"""Desktop tests of `velto record` on a real X11 session.
+
+Starts Xvfb with openbox, a private session bus with dunst, a second private bus standing in
+for the system bus with a python-dbusmock logind, and xterm windows driven by xdotool. Runs the
+recorder as a user would and checks what it stored.
+
+Usage: desktop_test.py BIN_DIR   (the build's bin folder with velto and velto-e2e-notify)
+Exit status: 0 all checks passed, 1 a check failed, 77 the session cannot be set up here.
+"""
+import json
+import os
+import shutil
+import signal
+import sqlite3
+import subprocess
+import sys
+import tempfile
+import time
+
+SKIP = 77
+# Segments shorter than 3 s are not recorded; every step lasts longer.
+STEP = 4
+TOOLS = ["Xvfb", "openbox", "xdotool", "xterm", "xprop", "dbus-daemon", "dbus-send", "dunst",
+         "dunstctl"]
+
+
+class Failed(Exception):
+    pass
+
+
+class Session:
+    def __init__(self, bin_dir):
+        self.bin = os.path.abspath(bin_dir)
+        self.root = tempfile.mkdtemp(prefix="velto-e2e-")
+        self.processes = []
+        self.failures = []
+        runtime = os.path.join(self.root, "run")
+        os.makedirs(runtime, mode=0o700)
+        self.env = {
+            "PATH": os.environ.get("PATH", "/usr/bin:/bin"),
+            "HOME": self.root,
+            "XDG_RUNTIME_DIR": runtime,
+            "XDG_CONFIG_HOME": os.path.join(self.root, "config"),
+            "XDG_DATA_HOME": os.path.join(self.root, "data"),
+            "XDG_SESSION_ID": "e2e",
+            "TZ": "UTC",
+            "LANG": "C.UTF-8",
+        }
+
+    # --- processes -------------------------------------------------------------------------
+
+    def spawn(self, argv, **kwargs):
+        kwargs.setdefault("stdout", subprocess.DEVNULL)
+        kwargs.setdefault("stderr", subprocess.DEVNULL)
+        process = subprocess.Popen(argv, env=self.env, **kwargs)
+        self.processes.append(process)
+        return process
+
+    def run(self, argv, check=True, timeout=20):
+        result = subprocess.run(argv, env=self.env, capture_output=True, text=True,
+                                timeout=timeout)
+        if check and result.returncode != 0:
+            raise Failed(f"{' '.join(argv)} failed ({result.returncode}): {result.stderr.strip()}")
+        return result
+
+    def start_bus(self, name):
+        bus = self.spawn(["dbus-daemon", "--session", "--nofork", "--print-address=1"],
+                         stdout=subprocess.PIPE, text=True)
+        address = bus.stdout.readline().strip()
+        if not address:
+            raise Failed(f"the {name} bus did not start")
+        return address
+
+    def start(self):
+        read_end, write_end = os.pipe()
+        self.spawn(["Xvfb", "-displayfd", str(write_end), "-screen", "0", "1024x768x24",
+                    "-nolisten", "tcp", "-noreset"], pass_fds=(write_end,))
+        os.close(write_end)
+        with os.fdopen(read_end) as display:
+            number = display.readline().strip()
+        if not number:
+            raise Failed("Xvfb did not start")
+        self.env["DISPLAY"] = ":" + number
+        self.env["DBUS_SESSION_BUS_ADDRESS"] = self.start_bus("session")
+        self.env["DBUS_SYSTEM_BUS_ADDRESS"] = self.start_bus("system")
+        self.spawn(["openbox", "--sm-disable"])
+        self.spawn(["dunst"])
+        self.logind = self.spawn(["/usr/bin/python3", "-m", "dbusmock", "--system", "--template",
+                                  "logind"])
+        self.wait_for(lambda: self.mock("ListSessions", check=False).returncode == 0,
+                      "the mocked logind")
+        self.wait_for(lambda: self.run(["dunstctl", "is-paused"], check=False).returncode == 0,
+                      "dunst")
+        self.wait_for(self.wm_running, "openbox")
+        self.mock_call("/org/freedesktop/login1", "org.freedesktop.DBus.Mock", "AddSession",
+                       "ssusb", "e2e", "seat0", str(os.getuid()), "tester", "true")
+
+    def wm_running(self):
+        result = self.run(["xprop", "-root", "_NET_SUPPORTED"], check=False)
+        return "_NET_ACTIVE_WINDOW" in result.stdout
+
+    def wait_for(self, condition, what, seconds=15):
+        deadline = time.monotonic() + seconds
+        while time.monotonic() < deadline:
+            try:
+                if condition():
+                    return
+            except (Failed, subprocess.TimeoutExpired):
+                pass
+            time.sleep(0.1)
+        raise Failed(f"{what} did not come up")
+
+    # --- D-Bus -----------------------------------------------------------------------------
+
+    def dbus_send(self, bus, *args, check=True):
+        address = self.env["DBUS_SYSTEM_BUS_ADDRESS"] if bus == "system" else \
+            self.env["DBUS_SESSION_BUS_ADDRESS"]
+        return self.run(["dbus-send", f"--bus={address}", "--print-reply", *args], check=check)
+
+    def mock(self, method, check=True):
+        return self.dbus_send("system", "--dest=org.freedesktop.login1", "/org/freedesktop/login1",
+                              f"org.freedesktop.login1.Manager.{method}", check=check)
+
+    def mock_call(self, path, interface, method, signature, *values):
+        typed = {"s": "string", "u": "uint32", "b": "boolean"}
+        args = [f"{typed[kind]}:{value}" for kind, value in zip(signature, values)]
+        return self.dbus_send("system", "--dest=org.freedesktop.login1", path,
+                              f"{interface}.{method}", *args)
+
+    def set_locked(self, locked):
+        self.mock_call("/org/freedesktop/login1/session/e2e", "org.freedesktop.login1.Session",
+                       "SetLockedHint", "b", "true" if locked else "false")
+
+    def prepare_for_sleep(self, sleeping):
+        # Mock.EmitSignal(interface, name, signature, args): dbus-send cannot build the variant
+        # array, so python-dbus does it.
+        script = (
+            "import dbus,sys;"
+            "b=dbus.bus.BusConnection(sys.argv[1]);"
+            "o=b.get_object('org.freedesktop.login1','/org/freedesktop/login1');"
+            "o.EmitSignal('org.freedesktop.login1.Manager','PrepareForSleep','b',"
+            "[dbus.Boolean(sys.argv[2]=='1')],dbus_interface='org.freedesktop.DBus.Mock')")
+        self.run(["/usr/bin/python3", "-c", script, self.env["DBUS_SYSTEM_BUS_ADDRESS"],
+                  "1" if sleeping else "0"])
+
+    # --- X11 -------------------------------------------------------------------------------
+
+    def window(self, name, window_class, title):
+        self.spawn(["xterm", "-name", name, "-class", window_class, "-T", title,
+                    "-e", "sleep", "100000"])
+        found = []
+
+        def appeared():
+            result = self.run(["xdotool", "search", "--classname", f"^{name}$"], check=False)
+            found[:] = result.stdout.split()
+            return bool(found)
+        self.wait_for(appeared, f"the {name} window")
+        return found[0]
+
+    def activate(self, window):
+        self.run(["xdotool", "windowactivate", "--sync", window])
+
+    def input(self):
+        self.run(["xdotool", "mousemove_relative", "--", "1", "1"])
+
+    def pause(self, seconds, keep_active=True):
+        """Waits, moving the pointer every 2 s unless the user is meant to be away."""
+        deadline = time.monotonic() + seconds
+        while time.monotonic() < deadline:
+            if keep_active:
+                self.input()
+            time.sleep(min(2.0, max(0.0, deadline - time.monotonic())))
+
+    # --- velto -----------------------------------------------------------------------------
+
+    def velto(self, *args, check=True):
+        return self.run([os.path.join(self.bin, "velto"), *args], check=check)
+
+    def start_recorder(self, log_name):
+        log = open(os.path.join(self.root, log_name), "w")
+        recorder = self.spawn([os.path.join(self.bin, "velto"), "record"], stderr=log)
+        self.wait_for(lambda: "Recording." in self.read(log_name), "the recorder")
+        return recorder
+
+    def read(self, name):
+        try:
+            with open(os.path.join(self.root, name)) as f:
+                return f.read()
+        except FileNotFoundError:
+            return ""
+
+    def segments(self):
+        path = os.path.join(self.env["XDG_DATA_HOME"], "Velto", "Velto.sqlite")
+        with sqlite3.connect(f"file:{path}?mode=ro", uri=True) as db:
+            return db.execute("SELECT bundle_id, app_name, window_title, end_reason, seconds "
+                              "FROM segment ORDER BY started_us").fetchall()
+
+    def check(self, condition, what, detail=""):
+        print(("ok    " if condition else "FAIL  ") + what, flush=True)
+        if not condition:
+            self.failures.append(what)
+            if detail:
+                print("      " + str(detail).replace("\n", "\n      "), flush=True)
+
+    def stop(self):
+        for process in reversed(self.processes):
+            if process.poll() is None:
+                process.terminate()
+        for process in reversed(self.processes):
+            try:
+                process.wait(timeout=5)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
+
+
+def scenario(s):
+    config = os.path.join(s.env["XDG_CONFIG_HOME"], "Velto")
+    os.makedirs(config, mode=0o700, exist_ok=True)
+    with open(os.path.join(config, "settings.json"), "w") as f:
+        json.dump({"velto.idleThresholdSeconds": 10, "velto.awayPromptMinutes": 1}, f)
+    applications = os.path.join(s.env["XDG_DATA_HOME"], "applications")
+    os.makedirs(applications)
+    with open(os.path.join(applications, "org.example.Beta.desktop"), "w") as f:
+        f.write("[Desktop Entry]\nType=Application\nName=Beta Studio\nExec=beta\n"
+                "StartupWMClass=BetaWin\n")
+
+    alpha = s.window("alpha", "Alpha", "alpha one")
+    beta = s.window("beta", "BetaWin", "beta main")
+    s.activate(alpha)
+    s.input()
+
+    status = s.velto("status")
+    s.check("Recorder: not running" in status.stdout and "idle: XScreenSaver" in status.stdout
+            and "sleep, lock and session switches: logind" in status.stdout,
+            "velto status sees the display, idle time and logind", status.stdout)
+
+    started = time.monotonic()
+    recorder = s.start_recorder("record-1.log")
+    s.check("No X11 display" not in s.read("record-1.log") and
+            "No logind" not in s.read("record-1.log"),
+            "the recorder finds every source", s.read("record-1.log"))
+    s.pause(STEP)
+    s.run(["xdotool", "set_window", "--name", "alpha two", alpha])
+    s.pause(STEP)
+    s.activate(beta)
+    s.pause(STEP)
+    s.activate(alpha)
+    s.pause(STEP)
+    s.set_locked(True)
+    s.pause(STEP)
+    s.set_locked(False)
+    s.pause(STEP)
+    s.prepare_for_sleep(True)
+    s.pause(STEP)
+    s.prepare_for_sleep(False)
+    s.pause(STEP)
+    s.velto("pause")
+    s.pause(STEP)
+    paused_status = s.velto("status").stdout
+    s.velto("resume")
+    s.pause(STEP)
+    s.velto("pause", "--for", "30m")
+    s.pause(2)
+    timed_status = s.velto("status").stdout
+    s.velto("resume")
+    s.pause(STEP)
+
+    rows = s.segments()
+    reasons = [row[3] for row in rows]
+    s.check(("alpha", "Alpha", "alpha one", "titleChange") in [r[:4] for r in rows],
+            "a title change ends the segment with the old title", rows)
+    s.check(any(r[0] == "org.example.Beta" and r[1] == "Beta Studio" and r[2] == "beta main"
+                and r[3] == "focusChange" for r in rows),
+            "a focus switch records the desktop entry's id and name", rows)
+    s.check(any(r[0] == "alpha" and r[2] == "alpha two" and r[3] == "lock" for r in rows),
+            "a mocked lock ends the segment with \"lock\"", rows)
+    s.check("sleep" in reasons, "a mocked PrepareForSleep ends the segment with \"sleep\"", rows)
+    s.check("paused" in reasons, "velto pause ends the segment with \"paused\"", rows)
+    s.check("Tracking: paused" in paused_status and "Recorder: running" in paused_status,
+            "velto status shows the running recorder paused", paused_status)
+    s.check("Tracking: paused until" in timed_status,
+            "velto pause --for pauses the running recorder until a time", timed_status)
+
+    code = s.run([os.path.join(s.bin, "velto-e2e-notify"), "limit.e2e", "Time limit reached",
+                  "Alpha: 1 h of 1 h"], check=False)
+    s.check(code.returncode == 0, "the notification client is authorised and posts", code.stderr)
+    s.run(["dunstctl", "close-all"], check=False)
+    history = s.run(["dunstctl", "history"], check=False).stdout
+    try:
+        summaries = [entry["summary"]["data"] for entry in json.loads(history)["data"][0]]
+    except (ValueError, KeyError, IndexError):
+        summaries = []
+    s.check(summaries.count("Time limit reached") == 1,
+            "the notification reaches dunst once (a repost replaces it)", history[:400])
+
+    # The checkpoint is written at the first heartbeat, 60 s after start.
+    s.pause(max(0.0, 64 - (time.monotonic() - started)))
+    recorder.send_signal(signal.SIGKILL)
+    recorder.wait()
+    before = len(s.segments())
+    recorder = s.start_recorder("record-2.log")
+    # Idle closes the segment at the last input, so it needs more than 3 s of input first.
+    s.pause(2 * STEP)
+    rows = s.segments()
+    s.check(any(r[3] == "recovered" and r[0] == "alpha" for r in rows[before:]),
+            "kill -9 and a restart yield a \"recovered\" record", rows[before:])
+
+    # Away: no input for 70 s (threshold 10 s, away prompt from 1 min), then back.
+    s.pause(70, keep_active=False)
+    s.input()
+    s.pause(7)
+    rows = s.segments()
+    s.check(any(r[3] == "idle" for r in rows[before:]), "idle ends the segment with \"idle\"",
+            rows[before:])
+    log = s.read("record-2.log")
+    s.check("offered to the user: true" in log, "the away stretch is offered as a gap", log)
+
+    recorder.send_signal(signal.SIGTERM)
+    code = recorder.wait(timeout=10)
+    rows = s.segments()
+    s.check(code == 0 and rows[-1][3] == "appQuit" and "Recording stopped." in
+            s.read("record-2.log"), "SIGTERM stops cleanly with \"appQuit\"", rows[-1:])
+
+
+def no_display_run(s):
+    """Without a display or buses, the recorder names what is missing and keeps running."""
+    env = dict(s.env)
+    for key in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS"):
+        env.pop(key, None)
+    env["DBUS_SYSTEM_BUS_ADDRESS"] = "unix:path=" + os.path.join(s.root, "no-bus")
+    env["XDG_RUNTIME_DIR"] = os.path.join(s.root, "run-bare")
+    env["XDG_DATA_HOME"] = os.path.join(s.root, "data-bare")
+    os.makedirs(env["XDG_RUNTIME_DIR"], mode=0o700)
+    recorder = subprocess.Popen([os.path.join(s.bin, "velto"), "record"], env=env,
+                                stderr=subprocess.PIPE, text=True)
+    time.sleep(2)
+    recorder.send_signal(signal.SIGINT)
+    try:
+        _, err = recorder.communicate(timeout=10)
+    except subprocess.TimeoutExpired:
+        recorder.kill()
+        _, err = recorder.communicate()
+    s.check(recorder.returncode == 0 and "No X11 display" in err and "No logind" in err and
+            "Recording stopped." in err,
+            "without a display or buses the recorder says so and stops cleanly", err)
+
+
+def main():
+    if len(sys.argv) != 2:
+        print(__doc__)
+        return 2
+    missing = [tool for tool in TOOLS if shutil.which(tool) is None]
+    try:
+        import dbusmock  # noqa: F401
+    except ImportError:
+        missing.append("python3-dbusmock")
+    if missing:
+        print("desktop tests skipped: missing " + ", ".join(missing) + " (run scripts/setup)")
+        return SKIP
+    s = Session(sys.argv[1])
+    try:
+        s.start()
+        no_display_run(s)
+        scenario(s)
+    except Failed as error:
+        s.check(False, str(error))
+    finally:
+        s.stop()
+        if s.failures:
+            print(f"logs kept in {s.root}")
+        else:
+            shutil.rmtree(s.root, ignore_errors=True)
+    return 1 if s.failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
