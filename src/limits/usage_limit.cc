@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/iso8601.h"
+#include "base/raw_values.h"
 #include "base/strings.h"
 #include "categories/category_catalog.h"
 
@@ -15,14 +16,6 @@ std::string lower(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   return text;
-}
-
-template <typename Enum, size_t N>
-std::optional<Enum> fromRaw(std::string_view raw, const std::array<std::string_view, N>& names) {
-  for (size_t i = 0; i < N; ++i) {
-    if (names[i] == raw) return static_cast<Enum>(i);
-  }
-  return std::nullopt;
 }
 
 constexpr std::array<std::string_view, 2> kKinds = {"limit", "goal"};
@@ -41,13 +34,13 @@ std::string_view rawValue(UsageLimit::Subject::Kind kind) {
   return kSubjectKinds[static_cast<size_t>(kind)];
 }
 std::optional<UsageLimit::Kind> limitKindFromRaw(std::string_view raw) {
-  return fromRaw<UsageLimit::Kind>(raw, kKinds);
+  return enumFromRaw<UsageLimit::Kind>(kKinds, raw);
 }
 std::optional<UsageLimit::Span> limitSpanFromRaw(std::string_view raw) {
-  return fromRaw<UsageLimit::Span>(raw, kSpans);
+  return enumFromRaw<UsageLimit::Span>(kSpans, raw);
 }
 std::optional<UsageLimit::Subject::Kind> subjectKindFromRaw(std::string_view raw) {
-  return fromRaw<UsageLimit::Subject::Kind>(raw, kSubjectKinds);
+  return enumFromRaw<UsageLimit::Subject::Kind>(kSubjectKinds, raw);
 }
 
 std::string UsageLimit::Subject::key() const {

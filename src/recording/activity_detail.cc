@@ -1,5 +1,7 @@
 #include "recording/activity_detail.h"
 
+#include "base/raw_values.h"
+
 namespace velto {
 
 namespace {
@@ -14,10 +16,7 @@ std::string_view rawValue(ActivityDetailKind kind) {
 }
 
 std::optional<ActivityDetailKind> activityDetailKindFromRaw(std::string_view raw) {
-  for (size_t i = 0; i < kRawValues.size(); ++i) {
-    if (kRawValues[i] == raw) return static_cast<ActivityDetailKind>(i);
-  }
-  return std::nullopt;
+  return enumFromRaw<ActivityDetailKind>(kRawValues, raw);
 }
 
 }  // namespace velto

@@ -4,6 +4,8 @@
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
+#include "base/raw_values.h"
+
 namespace velto {
 
 namespace {
@@ -23,10 +25,7 @@ std::string_view rawValue(OffMacKind kind) {
 }
 
 std::optional<OffMacKind> offMacKindFromRaw(std::string_view raw) {
-  for (size_t i = 0; i < kRaw.size(); ++i) {
-    if (kRaw[i] == raw) return static_cast<OffMacKind>(i);
-  }
-  return std::nullopt;
+  return enumFromRaw<OffMacKind>(kRaw, raw);
 }
 
 std::string_view localizationKey(OffMacKind kind) {

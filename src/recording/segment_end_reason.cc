@@ -1,5 +1,6 @@
 #include "recording/segment_end_reason.h"
 
+#include "base/raw_values.h"
 #include "recording/activity_context.h"
 
 namespace velto {
@@ -18,10 +19,7 @@ std::string_view rawValue(SegmentEndReason reason) {
 }
 
 std::optional<SegmentEndReason> segmentEndReasonFromRaw(std::string_view raw) {
-  for (size_t i = 0; i < kRawValues.size(); ++i) {
-    if (kRawValues[i] == raw) return static_cast<SegmentEndReason>(i);
-  }
-  return std::nullopt;
+  return enumFromRaw<SegmentEndReason>(kRawValues, raw);
 }
 
 SegmentEndReason endReasonBetween(const ActivityContext& before, const ActivityContext& after) {

@@ -149,14 +149,7 @@ Result<std::vector<Segment>> SegmentStore::fetch(std::string_view where,
                   " ORDER BY started_us, rowid");
   if (!statement) return Error{statement.error()};
   bind(*statement);
-  std::vector<Segment> rows;
-  while (true) {
-    Result<bool> row = statement->step();
-    if (!row) return Error{row.error()};
-    if (!*row) break;
-    rows.push_back(readRow(*statement));
-  }
-  return rows;
+  return statement->collect(readRow);
 }
 
 Result<std::vector<Segment>> SegmentStore::fetchDay(std::string_view dayKey) {
@@ -300,17 +293,11 @@ Result<std::vector<CategoryRule>> SegmentStore::categoryRules() {
       "SELECT id, pattern, subject, category, created_us FROM category_rule "
       "ORDER BY created_us, rowid");
   if (!statement) return Error{statement.error()};
-  std::vector<CategoryRule> rules;
-  while (true) {
-    Result<bool> row = statement->step();
-    if (!row) return Error{row.error()};
-    if (!*row) break;
-    const std::string_view id = statement->blob(0);
-    rules.push_back(CategoryRule{Uuid::fromBytes(id.data(), id.size()).value_or(Uuid()),
-                                 statement->text(1), statement->text(2), statement->text(3),
-                                 fromMicros(statement->int64(4))});
-  }
-  return rules;
+  return statement->collect([](const sql::Statement& row) {
+    const std::string_view id = row.blob(0);
+    return CategoryRule{Uuid::fromBytes(id.data(), id.size()).value_or(Uuid()), row.text(1),
+                        row.text(2), row.text(3), fromMicros(row.int64(4))};
+  });
 }
 
 Status SegmentStore::insertRule(const CategoryRule& rule) {

@@ -11,6 +11,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "base/result.h"
 
@@ -57,6 +59,17 @@ class Statement {
   Result<bool> step();
   // Runs a statement that returns no rows.
   Status run();
+  // Steps through every row, turning each into a value with `read(*this)`.
+  template <typename Read>
+  auto collect(Read read) -> Result<std::vector<decltype(read(std::declval<Statement&>()))>> {
+    std::vector<decltype(read(std::declval<Statement&>()))> rows;
+    while (true) {
+      Result<bool> row = step();
+      if (!row) return Error{row.error()};
+      if (!*row) return rows;
+      rows.push_back(read(*this));
+    }
+  }
   // Clears bindings and rewinds for reuse.
   void reset();
   int parameterCount() const { return sqlite3_bind_parameter_count(statement_.get()); }

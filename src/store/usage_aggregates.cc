@@ -255,15 +255,9 @@ Result<std::vector<StoredDay>> UsageAggregates::days() {
   Result<sql::Statement> statement = db_.prepare(
       "SELECT day_key, min_started_us, max_ended_us, n FROM usage_day ORDER BY day_key");
   if (!statement) return Error{statement.error()};
-  std::vector<StoredDay> days;
-  while (true) {
-    Result<bool> row = statement->step();
-    if (!row) return Error{row.error()};
-    if (!*row) break;
-    days.push_back(
-        {statement->text(0), statement->int64(1), statement->int64(2), statement->int64(3)});
-  }
-  return days;
+  return statement->collect([](const sql::Statement& row) {
+    return StoredDay{row.text(0), row.int64(1), row.int64(2), row.int64(3)};
+  });
 }
 
 Result<std::vector<ContextTotal>> UsageAggregates::contextTotals(

@@ -1,5 +1,6 @@
 #include "surfaces/menu_bar_title.h"
 
+#include "base/raw_values.h"
 #include "base/strings.h"
 #include "reports/duration_text.h"
 
@@ -10,10 +11,7 @@ std::string_view rawValue(MenuBarDisplay mode) {
 }
 
 MenuBarDisplay menuBarDisplayFromRaw(std::string_view raw) {
-  for (size_t i = 0; i < kMenuBarDisplayModes.size(); ++i) {
-    if (kMenuBarDisplayModes[i] == raw) return static_cast<MenuBarDisplay>(i);
-  }
-  return MenuBarDisplay::off;
+  return enumFromRaw<MenuBarDisplay>(kMenuBarDisplayModes, raw).value_or(MenuBarDisplay::off);
 }
 
 std::string_view rawValue(MenuBarChipTone tone) {
