@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "base/raw_values.h"
+
 namespace velto {
 
 namespace {
@@ -11,14 +13,6 @@ constexpr std::array<std::string_view, 6> kFamilies = {"browser", "terminal", "e
 constexpr std::array<std::string_view, 5> kStrategies = {"ignore", "leading", "trailing", "chat",
                                                          "terminal"};
 
-template <typename Enum, size_t N>
-std::optional<Enum> fromRaw(const std::array<std::string_view, N>& names, std::string_view raw) {
-  for (size_t i = 0; i < N; ++i) {
-    if (names[i] == raw) return static_cast<Enum>(i);
-  }
-  return std::nullopt;
-}
-
 }  // namespace
 
 std::string_view rawValue(AppFamily family) {
@@ -26,7 +20,7 @@ std::string_view rawValue(AppFamily family) {
 }
 
 std::optional<AppFamily> appFamilyFromRaw(std::string_view raw) {
-  return fromRaw<AppFamily>(kFamilies, raw);
+  return enumFromRaw<AppFamily>(kFamilies, raw);
 }
 
 std::string_view rawValue(TitleStrategy strategy) {
@@ -34,7 +28,7 @@ std::string_view rawValue(TitleStrategy strategy) {
 }
 
 std::optional<TitleStrategy> titleStrategyFromRaw(std::string_view raw) {
-  return fromRaw<TitleStrategy>(kStrategies, raw);
+  return enumFromRaw<TitleStrategy>(kStrategies, raw);
 }
 
 }  // namespace velto

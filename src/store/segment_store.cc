@@ -3,14 +3,11 @@
 #include "base/log.h"
 #include "base/notices.h"
 #include "recording/off_computer.h"
+#include "store/segment_row.h"
 
 namespace velto {
 
 namespace {
-
-constexpr const char* kColumns =
-    "id, started_us, ended_us, seconds, bundle_id, app_name, window_title, host, tool_name, url, "
-    "end_reason, day_key";
 
 std::int64_t micros(Instant at) {
   return at.time_since_epoch().count();
@@ -21,24 +18,6 @@ Instant fromMicros(std::int64_t us) {
 
 void bindId(sql::Statement& statement, int index, const Uuid& id) {
   statement.bindBlob(index, id.bytes().data(), id.bytes().size());
-}
-
-Segment readRow(const sql::Statement& row) {
-  Segment segment;
-  const std::string_view id = row.blob(0);
-  segment.id = Uuid::fromBytes(id.data(), id.size()).value_or(Uuid());
-  segment.startedAt = fromMicros(row.int64(1));
-  segment.endedAt = fromMicros(row.int64(2));
-  segment.seconds = row.real(3);
-  segment.bundleId = row.text(4);
-  segment.appName = row.text(5);
-  segment.windowTitle = row.optionalText(6);
-  segment.host = row.optionalText(7);
-  segment.toolName = row.optionalText(8);
-  segment.url = row.optionalText(9);
-  segment.endReasonRaw = row.text(10);
-  segment.dayKey = row.text(11);
-  return segment;
 }
 
 // Runs `sql` once per id with the id bound to the last parameter.
@@ -82,8 +61,9 @@ void SegmentStore::changed() {
 Status SegmentStore::insertRow(const Segment& row) {
   // Inserts are the hot path (one per closed segment): the statement is prepared once.
   if (!insertStatement_) {
-    Result<sql::Statement> prepared = db_.prepare(std::string("INSERT INTO segment (") + kColumns +
-                                                  ") VALUES (?,?,?,?,?,?,?,?,?,?,?,?)");
+    Result<sql::Statement> prepared =
+        db_.prepare(std::string("INSERT INTO segment (") + kSegmentColumns +
+                    ") VALUES (?,?,?,?,?,?,?,?,?,?,?,?)");
     if (!prepared) return Error{prepared.error()};
     insertStatement_.emplace(std::move(prepared).value());
   }
@@ -145,11 +125,11 @@ Status SegmentStore::insertRows(std::span<const Segment> rows) {
 Result<std::vector<Segment>> SegmentStore::fetch(std::string_view where,
                                                  const std::function<void(sql::Statement&)>& bind) {
   Result<sql::Statement> statement =
-      db_.prepare(std::string("SELECT ") + kColumns + " FROM segment WHERE " + std::string(where) +
-                  " ORDER BY started_us, rowid");
+      db_.prepare(std::string("SELECT ") + kSegmentColumns + " FROM segment WHERE " +
+                  std::string(where) + " ORDER BY started_us, rowid");
   if (!statement) return Error{statement.error()};
   bind(*statement);
-  return statement->collect(readRow);
+  return statement->collect(segmentFromRow);
 }
 
 Result<std::vector<Segment>> SegmentStore::fetchDay(std::string_view dayKey) {

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "context/context_detail.h"
+#include "store/segment_row.h"
 
 namespace velto {
 
@@ -324,34 +325,16 @@ Result<std::vector<ContextTotal>> UsageAggregates::contextTotals(
 
 Result<std::vector<Segment>> UsageAggregates::rowsOfDay(std::string_view dayKey) {
   if (!dayRows_) {
-    Result<sql::Statement> prepared = db_.prepare(
-        "SELECT id, started_us, ended_us, seconds, bundle_id, app_name, window_title, host, "
-        "tool_name FROM segment WHERE day_key = ? ORDER BY started_us, rowid");
+    Result<sql::Statement> prepared =
+        db_.prepare(std::string("SELECT ") + kSegmentColumns +
+                    " FROM segment WHERE day_key = ? ORDER BY started_us, rowid");
     if (!prepared) return Error{prepared.error()};
     dayRows_.emplace(std::move(prepared).value());
   }
   sql::Statement& statement = *dayRows_;
   statement.reset();
   statement.bind(1, dayKey);
-  std::vector<Segment> rows;
-  while (true) {
-    Result<bool> row = statement.step();
-    if (!row) return Error{row.error()};
-    if (!*row) break;
-    Segment segment;
-    const std::string_view id = statement.blob(0);
-    segment.id = Uuid::fromBytes(id.data(), id.size()).value_or(Uuid());
-    segment.startedAt = Instant(Microseconds(statement.int64(1)));
-    segment.endedAt = Instant(Microseconds(statement.int64(2)));
-    segment.seconds = statement.real(3);
-    segment.bundleId = statement.text(4);
-    segment.appName = statement.text(5);
-    segment.windowTitle = statement.optionalText(6);
-    segment.host = statement.optionalText(7);
-    segment.toolName = statement.optionalText(8);
-    segment.dayKey = std::string(dayKey);
-    rows.push_back(std::move(segment));
-  }
+  Result<std::vector<Segment>> rows = statement.collect(segmentFromRow);
   statement.reset();
   return rows;
 }
