@@ -15,6 +15,7 @@ std::string encodeTrackingCommand(const TrackingCommandRequest& request) {
   nlohmann::json json = nlohmann::json::object();
   json["paused"] = request.paused;
   json["requestedAt"] = formatIso8601(request.requestedAt);
+  if (request.paused && request.until) json["until"] = formatIso8601(*request.until);
   return json.dump();
 }
 
@@ -31,7 +32,13 @@ Result<TrackingCommandRequest> decodeTrackingCommand(std::string_view bytes) {
   }
   std::optional<Instant> at = parseIso8601(requestedAt->get_ref<const std::string&>());
   if (!at) return Error{"command \"requestedAt\" is not an ISO 8601 date-time"};
-  return TrackingCommandRequest{paused->get<bool>(), *at};
+  TrackingCommandRequest request{paused->get<bool>(), *at, std::nullopt};
+  if (auto until = json.find("until"); until != json.end() && request.paused) {
+    if (!until->is_string()) return Error{"command \"until\" is not text"};
+    request.until = parseIso8601(until->get_ref<const std::string&>());
+    if (!request.until) return Error{"command \"until\" is not an ISO 8601 date-time"};
+  }
+  return request;
 }
 
 TrackingCommand::TrackingCommand(std::optional<std::filesystem::path> sharedFolder)
@@ -42,10 +49,10 @@ std::optional<std::filesystem::path> TrackingCommand::path() const {
   return *folder_ / kFileName;
 }
 
-Status TrackingCommand::write(bool paused, Instant now) {
+Status TrackingCommand::write(bool paused, Instant now, std::optional<Instant> until) {
   const auto file = path();
   if (!file) return Error{"no shared folder"};
-  return files::writeAtomically(*file, encodeTrackingCommand({paused, now}));
+  return files::writeAtomically(*file, encodeTrackingCommand({paused, now, until}));
 }
 
 std::optional<TrackingCommandRequest> TrackingCommand::readAndConsume() {

@@ -3,6 +3,8 @@
 //
 // File format (fixed; other programs write it):
 //   {"paused": true|false, "requestedAt": "2026-11-14T21:40:00Z"}
+// and optionally "until" (ISO 8601) with "paused": true: a pause that ends by itself then.
+// Readers that do not know "until" treat the command as an open-ended pause.
 // There is one slot: a newer command replaces an unread older one. The writer's atomic rename
 // is the signal; the recorder watches the folder.
 #pragma once
@@ -20,6 +22,7 @@ namespace velto {
 struct TrackingCommandRequest {
   bool paused = false;
   Instant requestedAt;
+  std::optional<Instant> until = std::nullopt;  // a timed pause's end; only with paused
 
   bool operator==(const TrackingCommandRequest&) const = default;
 
@@ -40,7 +43,7 @@ class TrackingCommand {
 
   // Leaves a command stamped `now`. Callers treat failure as silent; it is returned for tests
   // and for the command line, which reports it.
-  Status write(bool paused, Instant now);
+  Status write(bool paused, Instant now, std::optional<Instant> until = std::nullopt);
 
   // Reads the command and removes the file before decoding it, so a command is applied at most
   // once. None when there is no file, it cannot be read, or it does not decode.

@@ -240,6 +240,7 @@ void TrackingEngine::handleTrackingCommand() {
   if (env_.commands == nullptr) return;
   const std::optional<TrackingCommandRequest> command = env_.commands->readAndConsume();
   if (!command || !command->isFreshAt(env_.clock.now())) return;
+  if (command->paused && command->until) return pause(*command->until);
   setPaused(command->paused);
 }
 

@@ -117,6 +117,21 @@ TEST_F(TrackingCommandTest, WritesTheFixedFormatAndReadsItOnce) {
   EXPECT_EQ(command.readAndConsume(), std::nullopt);
 }
 
+TEST_F(TrackingCommandTest, ATimedPauseCarriesItsEnd) {
+  ASSERT_TRUE(command.write(true, at("2026-11-14T21:40:00Z"), at("2026-11-14T22:10:00Z")));
+  const auto bytes = files::readAll(dir / "shared" / "tracking-command.json");
+  EXPECT_EQ(nlohmann::json::parse(*bytes)["until"], "2026-11-14T22:10:00Z");
+  EXPECT_EQ(command.readAndConsume(),
+            (TrackingCommandRequest{true, at("2026-11-14T21:40:00Z"), at("2026-11-14T22:10:00Z")}));
+  // "until" belongs to pauses only; a resume ignores it, a malformed one is no command.
+  EXPECT_EQ(
+      decodeTrackingCommand(R"({"paused":false,"requestedAt":"2026-11-14T21:40:00Z","until":"x"})")
+          ->until,
+      std::nullopt);
+  EXPECT_FALSE(decodeTrackingCommand(
+      R"({"paused":true,"requestedAt":"2026-11-14T21:40:00Z","until":"tomorrow"})"));
+}
+
 TEST_F(TrackingCommandTest, TheLastWriterWins) {
   ASSERT_TRUE(command.write(true, at("2026-11-14T21:40:00Z")));
   ASSERT_TRUE(command.write(false, at("2026-11-14T21:40:00.6Z")));

@@ -258,6 +258,19 @@ TEST_F(EngineTest, CommandsFromOtherProgramsApplyOnlyWhenFresh) {
   }
 }
 
+TEST_F(EngineTest, ACommandMayAskForATimedPause) {
+  front.setSilently(running("code", 100));
+  engine->start();
+  advanceTo("2026-11-21T09:10:00Z");
+  ASSERT_TRUE(commands.write(true, scheduler.now(), at("2026-11-21T09:40:00Z")));
+  bus.post(notices::kTrackingCommand);
+  EXPECT_TRUE(engine->isPaused());
+  EXPECT_EQ(settings.pausedUntil(), at("2026-11-21T09:40:00Z"));
+  advanceTo("2026-11-21T09:41:00Z");
+  EXPECT_FALSE(engine->isPaused());
+  EXPECT_EQ(engine->recorder().openSegment()->startedAt, at("2026-11-21T09:40:00Z"));
+}
+
 TEST_F(EngineTest, ACrashLeavesTheCheckpointAndTheNextLaunchRecoversIt) {
   front.setSilently(running("code", 100));
   engine->start();

@@ -2,13 +2,10 @@
 // through the command file and reacts within a second; without one, the settings are changed so
 // the next recorder starts paused.
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 #include "app/service_set.h"
 #include "base/calendar.h"
 #include "base/clock.h"
-#include "base/files.h"
-#include "base/iso8601.h"
 #include "base/notice_bus.h"
 #include "base/strings.h"
 #include "cli/command.h"
@@ -32,14 +29,6 @@ std::string clockTime(Instant at, const Calendar& calendar) {
   return text;
 }
 
-Status leaveCommand(const std::filesystem::path& shared, std::optional<Instant> until,
-                    Instant now) {
-  if (!until) return TrackingCommand(shared).write(true, now);
-  nlohmann::json json = nlohmann::json::parse(encodeTrackingCommand({true, now}), nullptr, false);
-  json["until"] = formatIso8601(*until);
-  return files::writeAtomically(shared / TrackingCommand::kFileName, json.dump());
-}
-
 int pause(const Invocation& invocation) {
   const SystemClock clock;
   const Instant now = clock.now();
@@ -53,7 +42,7 @@ int pause(const Invocation& invocation) {
   const std::filesystem::path shared =
       paths.sharedFolder.value_or(paths.settingsFile.parent_path());
   if (RecorderLock(shared).holder()) {
-    if (Status left = leaveCommand(shared, arguments.until, now); !left) {
+    if (Status left = TrackingCommand(shared).write(true, now, arguments.until); !left) {
       say(i18n::text(invocation.language, "pause.failed %@", left.error()));
       return 1;
     }

@@ -8,11 +8,9 @@
 #include <QFileSystemWatcher>
 #include <QSocketNotifier>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 #include "app/service_set.h"
 #include "base/files.h"
-#include "base/iso8601.h"
 #include "base/log.h"
 #include "base/notices.h"
 #include "base/strings.h"
@@ -37,25 +35,7 @@ void say(const std::string& text) {
   std::fputc('\n', stderr);
 }
 
-// A command file may carry "until" (ISO 8601) for a timed pause, which `velto pause --for`
-// and `--until` leave; the recorder applies it as a timed pause. Anything else goes to the
-// engine's own command handling.
-void takeCommand(ServiceSet& services, const Clock& clock) {
-  if (std::optional<std::filesystem::path> path = services.commands().path()) {
-    if (Result<std::string> bytes = files::readAll(*path)) {
-      const nlohmann::json json = nlohmann::json::parse(*bytes, nullptr, false);
-      if (json.is_object() && json.contains("until") && json["until"].is_string()) {
-        const std::optional<Instant> until = parseIso8601(json["until"].get<std::string>());
-        std::optional<TrackingCommandRequest> command = services.commands().readAndConsume();
-        if (until && command && command->paused && command->isFreshAt(clock.now())) {
-          services.engine().pause(*until);
-        } else if (command && command->isFreshAt(clock.now())) {
-          services.engine().setPaused(command->paused);
-        }
-        return;
-      }
-    }
-  }
+void takeCommand(ServiceSet& services) {
   services.notices().post(notices::kTrackingCommand);
 }
 
@@ -126,7 +106,7 @@ int record(const Invocation& invocation) {
   QObject::connect(&watcher, &QFileSystemWatcher::directoryChanged, &application,
                    [&](const QString& folder) {
                      if (folder == sharedFolder) {
-                       takeCommand(services, desktop.clock());
+                       takeCommand(services);
                      } else {
                        services.settings().reloadIfChanged();
                      }
@@ -134,7 +114,7 @@ int record(const Invocation& invocation) {
 
   services.start();
   // A command left while no recorder ran is taken now (the engine drops stale ones).
-  if (paths.sharedFolder) takeCommand(services, desktop.clock());
+  if (paths.sharedFolder) takeCommand(services);
   say(i18n::text(invocation.language, "record.started"));
   QCoreApplication::exec();
   services.quit();
