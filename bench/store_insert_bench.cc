@@ -1,10 +1,11 @@
 // Single-segment insert latency into a store that already holds a year of history.
 //
 // VELTO_BENCH_DAYS (default 365) sets the history's length. Reports the median and the 99th
-// percentile of 5,000 inserts, each its own transaction as in recording.
+// percentile of 5,000 inserts of alternating contexts, each its own transaction as in recording.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -34,7 +35,12 @@ void BM_InsertIntoAYearOfHistory(benchmark::State& state) {
   const auto history = bench::syntheticDays(calendar, now, historyDays());
   if (!store.insertRows(history)) state.SkipWithError("could not load the history");
 
-  const ActivityContext context{"code", "Code", "main.cc — velto", {}, "velto", {}};
+  // Consecutive segments differ, as they do when recording: a few apps and many titles.
+  const std::array<std::pair<const char*, const char*>, 4> apps = {
+      {{"code", "Code"},
+       {"firefox", "Firefox"},
+       {"org.gnome.Terminal", "Terminal"},
+       {"slack", "Slack"}}};
   std::vector<double> micros;
   for (auto _ : state) {
     micros.clear();
@@ -42,6 +48,9 @@ void BM_InsertIntoAYearOfHistory(benchmark::State& state) {
     for (int i = 0; i < 5000; ++i) {
       const Instant end = addSeconds(start, 12);
       const auto begin = std::chrono::steady_clock::now();
+      const auto& [bundleId, appName] = apps[i % apps.size()];
+      const ActivityContext context{bundleId, appName, "Document " + std::to_string(i % 97),
+                                    {},       {},      {}};
       benchmark::DoNotOptimize(store.insert({context, start, end, SegmentEndReason::focusChange}));
       micros.push_back(
           std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin)

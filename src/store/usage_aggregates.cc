@@ -1,5 +1,6 @@
 #include "store/usage_aggregates.h"
 
+#include <array>
 #include <string>
 
 #include "context/context_detail.h"
@@ -193,20 +194,38 @@ DROP TABLE usage_fill;
 
 // velto_detail(bundle_id, app_name, window_title, host, tool_name): the detail reports group a
 // row by, as 'V' kind US key US label (US = U+001F), or NULL when the row has none.
+//
+// One insert asks for the same row's detail several times (each aggregate table keys by it), so
+// the last answer is kept and given again for the same arguments: one derivation per row.
 void detailFunction(sqlite3_context* context, int, sqlite3_value** values) {
-  auto text = [&](int i) -> std::optional<std::string_view> {
-    if (sqlite3_value_type(values[i]) == SQLITE_NULL) return std::nullopt;
-    const auto* bytes = reinterpret_cast<const char*>(sqlite3_value_text(values[i]));
-    return std::string_view(bytes, static_cast<size_t>(sqlite3_value_bytes(values[i])));
+  struct Call {
+    std::array<std::optional<std::string>, 5> arguments;
+    std::optional<std::string> encoded;
   };
-  const DetailSource source{text(0).value_or(""), text(1).value_or(""), text(2), text(3), text(4)};
-  const std::optional<ActivityDetail> detail = deriveDetail(source);
-  if (!detail) {
+  thread_local std::optional<Call> last;
+  std::array<std::optional<std::string>, 5> arguments;
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    if (sqlite3_value_type(values[i]) == SQLITE_NULL) continue;
+    const auto* bytes = reinterpret_cast<const char*>(sqlite3_value_text(values[i]));
+    arguments[i].emplace(bytes, static_cast<size_t>(sqlite3_value_bytes(values[i])));
+  }
+  if (!last || last->arguments != arguments) {
+    auto view = [&](size_t i) -> std::optional<std::string_view> {
+      if (!arguments[i]) return std::nullopt;
+      return std::string_view(*arguments[i]);
+    };
+    const DetailSource source{view(0).value_or(""), view(1).value_or(""), view(2), view(3),
+                              view(4)};
+    const std::optional<ActivityDetail> detail = deriveDetail(source);
+    last = Call{std::move(arguments),
+                detail ? std::optional<std::string>(encodeDetail(*detail)) : std::nullopt};
+  }
+  if (!last->encoded) {
     sqlite3_result_null(context);
     return;
   }
-  const std::string encoded = encodeDetail(*detail);
-  sqlite3_result_text(context, encoded.data(), static_cast<int>(encoded.size()), SQLITE_TRANSIENT);
+  sqlite3_result_text(context, last->encoded->data(), static_cast<int>(last->encoded->size()),
+                      SQLITE_TRANSIENT);
 }
 
 Result<bool> tableExists(sql::Database& db, std::string_view name) {
