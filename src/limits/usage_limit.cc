@@ -7,16 +7,11 @@
 #include "base/raw_values.h"
 #include "base/strings.h"
 #include "categories/category_catalog.h"
+#include "categories/text_case.h"
 
 namespace velto {
 
 namespace {
-
-std::string lower(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return text;
-}
 
 constexpr std::array<std::string_view, 2> kKinds = {"limit", "goal"};
 constexpr std::array<std::string_view, 2> kSpans = {"day", "week"};
@@ -48,9 +43,9 @@ std::string UsageLimit::Subject::key() const {
     case Kind::category:
       return "category:" + value;
     case Kind::app:
-      return "app:" + lower(value);
+      return "app:" + lowerCased(value);
     case Kind::host:
-      return "host:" + lower(value);
+      return "host:" + lowerCased(value);
     case Kind::total:
       return "total";
   }

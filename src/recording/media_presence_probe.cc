@@ -5,6 +5,8 @@
 #include <set>
 #include <string>
 
+#include "context/unicode_text.h"
+
 namespace velto {
 
 namespace {
@@ -17,19 +19,12 @@ constexpr std::array<std::string_view, 14> kMeetingApplications = {
     "us.zoom.Zoom", "zoom", "teams-for-linux", "com.github.IsmaelMartinez.teams_for_linux", "webex",
     "com.cisco.webex", "org.jitsi.jitsi-meet", "jitsi-meet"};
 
-std::string lower(std::string_view text) {
-  std::string out(text);
-  std::transform(out.begin(), out.end(), out.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return out;
-}
-
 }  // namespace
 
 bool MediaPresenceProbe::isMeetingApplication(std::string_view bundleId) {
-  const std::string id = lower(bundleId);
+  const std::string id = text::lowerCased(bundleId);
   return std::any_of(kMeetingApplications.begin(), kMeetingApplications.end(),
-                     [&](std::string_view meeting) { return lower(meeting) == id; });
+                     [&](std::string_view meeting) { return text::lowerCased(meeting) == id; });
 }
 
 bool MediaPresenceProbe::isDisplaySleepHold(std::string_view assertionType) {

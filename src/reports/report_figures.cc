@@ -5,18 +5,12 @@
 #include <map>
 
 #include "base/log.h"
+#include "categories/text_case.h"
 #include "recording/off_computer.h"
 
 namespace velto {
 
 namespace {
-
-std::string lower(std::string_view text) {
-  std::string out(text);
-  std::transform(out.begin(), out.end(), out.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return out;
-}
 
 double seconds(std::int64_t micros) {
   return static_cast<double>(micros) / 1e6;
@@ -66,11 +60,11 @@ bool ReportFigures::matches(const UsageLimit::Subject& subject, const StoredCont
     case UsageLimit::Subject::Kind::total:
       return true;
     case UsageLimit::Subject::Kind::app:
-      return lower(context.bundleId) == lower(subject.value);
+      return lowerCased(context.bundleId) == lowerCased(subject.value);
     case UsageLimit::Subject::Kind::host: {
       if (!context.host) return false;
-      const std::string host = lower(*context.host);
-      const std::string wanted = lower(subject.value);
+      const std::string host = lowerCased(*context.host);
+      const std::string wanted = lowerCased(subject.value);
       return host == wanted || (host.size() > wanted.size() && host.ends_with(wanted) &&
                                 host[host.size() - wanted.size() - 1] == '.');
     }
