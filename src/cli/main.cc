@@ -1,5 +1,10 @@
 // The `velto` command line: `velto <command> [options]`; `velto --help` lists the commands.
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -27,12 +32,27 @@ int printHelp(const std::string& language) {
   return 0;
 }
 
+// Plain `velto` is the desktop application, a program of its own beside this one so that the
+// recorder and the commands never load the GUI libraries. Returns only when it cannot start.
+void startDesktopApplication(char** argv, const std::string& language) {
+  std::error_code error;
+  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+  const std::filesystem::path application =
+      (error ? std::filesystem::path(argv[0]) : self).parent_path() / "velto-gui";
+  ::execv(application.c_str(), argv);
+  print(stderr, velto::i18n::text(language, "cli.noDesktopApplication %@ %@", application.string(),
+                                  std::string(std::strerror(errno))));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   velto::platform::installLogSinks();
   const std::string language = velto::i18n::resolveLanguage("auto");
-  if (argc < 2) return printHelp(language);
+  if (argc < 2) {
+    startDesktopApplication(argv, language);
+    return 1;
+  }
   const std::string_view first = argv[1];
   if (first == "--help" || first == "-h" || first == "help") return printHelp(language);
   if (first == "--version") {
