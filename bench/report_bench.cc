@@ -7,7 +7,8 @@
 //   BM_ExportCsv          CSV export of everything, with the growth of peak memory
 //   BM_ImportJson         import of a JSON export of 30 days into an empty store
 //
-// VELTO_BENCH_DAYS (default 365) sets the history's length.
+// VELTO_BENCH_DAYS (default 365) sets the history's length. VELTO_BENCH_STORE names a folder
+// whose store is kept after the run and reused by the next one (loading a year takes minutes).
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -49,15 +50,28 @@ void resetPeakMemory() {
 struct Year {
   Year() {
     log::setSinks({});
-    std::filesystem::remove_all(folder);
+    if (const char* kept = std::getenv("VELTO_BENCH_STORE")) {
+      folder = kept;
+      keep = true;
+    }
+    const bool reuse = keep && std::filesystem::exists(folder / "Velto.sqlite");
+    if (!reuse) std::filesystem::remove_all(folder);
     persistence = std::make_unique<PersistenceController>(folder);
     store = std::make_unique<SegmentStore>(*persistence, calendar, bus);
     const auto begin = std::chrono::steady_clock::now();
-    rows = static_cast<double>(loadHistory());
+    rows = reuse ? storedRows() : static_cast<double>(loadHistory());
     loadSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     source = std::make_unique<UsageSource>(*store, calendar);
   }
-  ~Year() { std::filesystem::remove_all(folder); }
+  ~Year() {
+    if (!keep) std::filesystem::remove_all(folder);
+  }
+
+  double storedRows() {
+    Result<sql::Statement> count = persistence->database().prepare("SELECT count(*) FROM segment");
+    if (!count || !count->step()) std::abort();
+    return static_cast<double>(count->int64(0));
+  }
 
   size_t loadHistory() {
     std::vector<Segment> history = bench::zipfDays(calendar, now, historyDays());
@@ -85,6 +99,7 @@ struct Year {
       Instant(std::chrono::sys_days(std::chrono::year(2026) / 11 / 21)) + std::chrono::hours(21);
   double rows = 0;
   double loadSeconds = 0;
+  bool keep = false;
 };
 
 Year& year() {

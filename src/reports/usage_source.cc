@@ -81,6 +81,9 @@ Result<std::optional<DaySummary>> UsageSource::summaryOfStoredDay(const std::str
 Result<UsageTally> UsageSource::tally(const DateInterval& interval, std::span<const Segment> extra,
                                       bool withRows, bool withDays) {
   if (withRows || !aggregates_.installed()) return tallyFromRows(interval, extra);
+  // Days changed since their totals were built are brought up to date first, except the one
+  // being recorded; whatever stays marked is read row by row.
+  (void)aggregates_.settle();
   Result<std::vector<StoredDay>> days = aggregates_.days();
   if (!days) return Error{days.error()};
   const Micros start = unixMicros(interval.start);
@@ -95,7 +98,7 @@ Result<UsageTally> UsageSource::tally(const DateInterval& interval, std::span<co
     const bool inside =
         dayStart && day.minStartUs >= std::max(start, unixMicros(*dayStart)) &&
         day.maxEndUs <= std::min(end, unixMicros(calendar_.nextMidnight(*dayStart)));
-    (inside ? usable : loose)[i] = 1;
+    (inside && !day.marked ? usable : loose)[i] = 1;
   }
 
   UsageTally tally;

@@ -29,93 +29,9 @@ std::optional<ActivityDetail> decodeDetail(std::string_view text) {
                         std::string(text.substr(second + 1)), *kind};
 }
 
-// Whole microseconds of a row's seconds, rounded the way SQLite's round() does, so that the
-// triggers and the C++ readers agree to the microsecond.
-constexpr const char* kMicros = "CAST(round(%.seconds * 1000000.0) AS INTEGER)";
-
-// Texts that may be absent are interned as 'N' (absent) or 'V' followed by the text.
-std::string encoded(const std::string& row, const char* column) {
-  return "ifnull('V' || " + row + "." + column + ", 'N')";
-}
-
-std::string micros(const std::string& row) {
-  std::string text = kMicros;
-  text.replace(text.find('%'), 1, row);
-  return text;
-}
-
-std::string contextId(const std::string& row) {
-  return "(SELECT id FROM usage_context WHERE bundle_id = " + row +
-         ".bundle_id AND app_name = " + row + ".app_name AND host_k = " + encoded(row, "host") +
-         " AND title_k = " + encoded(row, "window_title") +
-         " AND tool_k = " + encoded(row, "tool_name") + ")";
-}
-
-std::string detailKey(const std::string& row) {
-  return "ifnull(velto_detail(" + row + ".bundle_id, " + row + ".app_name, " + row +
-         ".window_title, " + row + ".host, " + row + ".tool_name), 'N')";
-}
-
-std::string appId(const std::string& row) {
-  return "(SELECT id FROM usage_app WHERE bundle_id = " + row + ".bundle_id AND app_name = " + row +
-         ".app_name AND host_k = " + encoded(row, "host") + " AND detail_k = " + detailKey(row) +
-         ")";
-}
-
-// Adds `us` and one row to the total of (`keyColumn` = `key`, `idColumn` = `id`) in `table`.
-std::string addTo(const std::string& table, const std::string& keyColumn, const std::string& key,
-                  const std::string& idColumn, const std::string& id, const std::string& us) {
-  return "INSERT INTO " + table + " (" + keyColumn + ", " + idColumn + ", us, n) VALUES (" + key +
-         ", " + id + ", " + us + ", 1) ON CONFLICT (" + keyColumn + ", " + idColumn +
-         ") DO UPDATE SET us = us + excluded.us, n = n + 1;\n";
-}
-
-std::string removeFrom(const std::string& table, const std::string& keyColumn,
-                       const std::string& key, const std::string& idColumn, const std::string& id,
-                       const std::string& us) {
-  const std::string where = " WHERE " + keyColumn + " = " + key + " AND " + idColumn + " = " + id;
-  return "UPDATE " + table + " SET us = us - " + us + ", n = n - 1" + where + ";\nDELETE FROM " +
-         table + where + " AND n <= 0;\n";
-}
-
-std::string addRow(const std::string& row) {
-  const std::string us = micros(row);
-  const std::string day = row + ".day_key";
-  const std::string month = "substr(" + row + ".day_key, 1, 7)";
-  return "INSERT INTO usage_context (bundle_id, app_name, host_k, title_k, tool_k) VALUES (" + row +
-         ".bundle_id, " + row + ".app_name, " + encoded(row, "host") + ", " +
-         encoded(row, "window_title") + ", " + encoded(row, "tool_name") +
-         ") ON CONFLICT DO NOTHING;\n"
-         "INSERT INTO usage_app (bundle_id, app_name, host_k, detail_k) VALUES (" +
-         row + ".bundle_id, " + row + ".app_name, " + encoded(row, "host") + ", " + detailKey(row) +
-         ") ON CONFLICT DO NOTHING;\n" +
-         addTo("usage_day_context", "day_key", day, "ctx", contextId(row), us) +
-         addTo("usage_day_app", "day_key", day, "app", appId(row), us) +
-         addTo("usage_month_app", "month_key", month, "app", appId(row), us) +
-         "INSERT INTO usage_day (day_key, min_started_us, max_ended_us, n) VALUES (" + day + ", " +
-         row + ".started_us, " + row +
-         ".ended_us, 1) ON CONFLICT (day_key) DO UPDATE SET "
-         "min_started_us = min(min_started_us, excluded.min_started_us), "
-         "max_ended_us = max(max_ended_us, excluded.max_ended_us), n = n + 1;\n"
-         "DELETE FROM usage_day_cache WHERE day_key = " +
-         day + ";\n";
-}
-
-std::string removeRow(const std::string& row) {
-  const std::string us = micros(row);
-  const std::string day = row + ".day_key";
-  const std::string month = "substr(" + row + ".day_key, 1, 7)";
-  return removeFrom("usage_day_context", "day_key", day, "ctx", contextId(row), us) +
-         removeFrom("usage_day_app", "day_key", day, "app", appId(row), us) +
-         removeFrom("usage_month_app", "month_key", month, "app", appId(row), us) +
-         "UPDATE usage_day SET n = n - 1 WHERE day_key = " + day +
-         ";\n"
-         "DELETE FROM usage_day WHERE day_key = " +
-         day + " AND n <= 0;\nDELETE FROM usage_day_cache WHERE day_key = " + day + ";\n";
-}
-
-std::string installSql() {
-  return R"sql(
+// The aggregate tables. A change to the rows only marks its days in usage_dirty (the triggers,
+// in the writer's transaction); the marked days are rebuilt from their rows later, in bulk.
+constexpr const char* kTablesSql = R"sql(
 CREATE TABLE usage_context (
   id INTEGER PRIMARY KEY,
   bundle_id TEXT NOT NULL,
@@ -155,16 +71,41 @@ CREATE TABLE usage_day_cache (
   day_key TEXT NOT NULL, zone TEXT NOT NULL, blob TEXT NOT NULL,
   PRIMARY KEY (day_key, zone)
 ) WITHOUT ROWID;
+CREATE TABLE usage_dirty (day_key TEXT PRIMARY KEY NOT NULL) WITHOUT ROWID;
+CREATE TRIGGER usage_after_insert AFTER INSERT ON segment BEGIN
+  INSERT OR IGNORE INTO usage_dirty (day_key) VALUES (NEW.day_key);
+END;
+CREATE TRIGGER usage_after_delete AFTER DELETE ON segment BEGIN
+  INSERT OR IGNORE INTO usage_dirty (day_key) VALUES (OLD.day_key);
+END;
+CREATE TRIGGER usage_after_update AFTER UPDATE OF started_us, ended_us, seconds, bundle_id,
+  app_name, window_title, host, tool_name, day_key ON segment BEGIN
+  INSERT OR IGNORE INTO usage_dirty (day_key) VALUES (OLD.day_key);
+  INSERT OR IGNORE INTO usage_dirty (day_key) VALUES (NEW.day_key);
+END;
+INSERT INTO usage_dirty (day_key) SELECT DISTINCT day_key FROM segment;
+)sql";
+
+// Rebuilds every day listed in temp.usage_rebuild from its rows, and the months they fall in
+// from their days. Texts that may be absent are interned as 'N' (absent) or 'V' and the text;
+// seconds are summed as whole microseconds, rounded the way the C++ readers round them.
+constexpr const char* kRebuildSql = R"sql(
+DELETE FROM usage_day_context WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild);
+DELETE FROM usage_day_app WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild);
+DELETE FROM usage_day WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild);
+DELETE FROM usage_day_cache WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild);
 CREATE TEMP TABLE usage_fill AS
   SELECT day_key, bundle_id, app_name, ifnull('V' || host, 'N') AS host_k,
          ifnull('V' || window_title, 'N') AS title_k, ifnull('V' || tool_name, 'N') AS tool_k,
          ifnull(velto_detail(bundle_id, app_name, window_title, host, tool_name), 'N') AS detail_k,
          CAST(round(seconds * 1000000.0) AS INTEGER) AS us
-  FROM segment;
+  FROM segment WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild);
 INSERT INTO usage_context (bundle_id, app_name, host_k, title_k, tool_k)
-  SELECT DISTINCT bundle_id, app_name, host_k, title_k, tool_k FROM usage_fill;
+  SELECT DISTINCT bundle_id, app_name, host_k, title_k, tool_k FROM usage_fill WHERE true
+  ON CONFLICT DO NOTHING;
 INSERT INTO usage_app (bundle_id, app_name, host_k, detail_k)
-  SELECT DISTINCT bundle_id, app_name, host_k, detail_k FROM usage_fill;
+  SELECT DISTINCT bundle_id, app_name, host_k, detail_k FROM usage_fill WHERE true
+  ON CONFLICT DO NOTHING;
 INSERT INTO usage_day_context (day_key, ctx, us, n)
   SELECT f.day_key, c.id, sum(f.us), count(*)
   FROM usage_fill f JOIN usage_context c ON c.bundle_id = f.bundle_id AND c.app_name = f.app_name
@@ -175,21 +116,31 @@ INSERT INTO usage_day_app (day_key, app, us, n)
   FROM usage_fill f JOIN usage_app a ON a.bundle_id = f.bundle_id AND a.app_name = f.app_name
     AND a.host_k = f.host_k AND a.detail_k = f.detail_k
   GROUP BY f.day_key, a.id;
-INSERT INTO usage_month_app (month_key, app, us, n)
-  SELECT substr(day_key, 1, 7), app, sum(us), sum(n) FROM usage_day_app
-  GROUP BY substr(day_key, 1, 7), app;
 INSERT INTO usage_day (day_key, min_started_us, max_ended_us, n)
-  SELECT day_key, min(started_us), max(ended_us), count(*) FROM segment GROUP BY day_key;
+  SELECT day_key, min(started_us), max(ended_us), count(*) FROM segment
+  WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild) GROUP BY day_key;
+CREATE TEMP TABLE usage_rebuild_month AS
+  SELECT DISTINCT substr(day_key, 1, 7) AS month_key FROM temp.usage_rebuild;
+DELETE FROM usage_month_app WHERE month_key IN (SELECT month_key FROM usage_rebuild_month);
+INSERT INTO usage_month_app (month_key, app, us, n)
+  SELECT m.month_key, d.app, sum(d.us), sum(d.n)
+  FROM usage_rebuild_month m JOIN usage_day_app d
+    ON d.day_key BETWEEN m.month_key || '-00' AND m.month_key || '-99'
+  GROUP BY m.month_key, d.app;
+DELETE FROM usage_dirty WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild);
 DROP TABLE usage_fill;
-)sql" + std::string("CREATE TRIGGER usage_after_insert AFTER INSERT ON segment BEGIN\n") +
-         addRow("NEW") +
-         "END;\n"
-         "CREATE TRIGGER usage_after_delete AFTER DELETE ON segment BEGIN\n" +
-         removeRow("OLD") +
-         "END;\n"
-         "CREATE TRIGGER usage_after_update AFTER UPDATE OF started_us, ended_us, seconds, "
-         "bundle_id, app_name, window_title, host, tool_name, day_key ON segment BEGIN\n" +
-         removeRow("OLD") + addRow("NEW") + "END;\n";
+DROP TABLE usage_rebuild_month;
+DROP TABLE temp.usage_rebuild;
+)sql";
+
+// Rebuilds the marked days that `choice` selects from usage_dirty, in the caller's transaction.
+Status rebuildDays(sql::Database& db, const std::string& choice) {
+  if (Status chosen =
+          db.exec("CREATE TEMP TABLE usage_rebuild AS SELECT day_key FROM usage_dirty " + choice);
+      !chosen) {
+    return chosen;
+  }
+  return db.exec(kRebuildSql);
 }
 
 // velto_detail(bundle_id, app_name, window_title, host, tool_name): the detail reports group a
@@ -250,7 +201,7 @@ Status installUsageAggregates(sql::Database& db) {
                                  nullptr, detailFunction, nullptr, nullptr, nullptr) != SQLITE_OK) {
     return Error{db.lastError()};
   }
-  Result<bool> present = tableExists(db, "usage_month_app");
+  Result<bool> present = tableExists(db, "usage_dirty");
   if (!present) return Error{present.error()};
   if (*present) return {};
   sql::Transaction transaction(db);
@@ -260,11 +211,14 @@ Status installUsageAggregates(sql::Database& db) {
           "DROP TRIGGER IF EXISTS usage_after_insert; DROP TRIGGER IF EXISTS usage_after_delete; "
           "DROP TRIGGER IF EXISTS usage_after_update; DROP TABLE IF EXISTS usage_context; "
           "DROP TABLE IF EXISTS usage_day_context; DROP TABLE IF EXISTS usage_month_context; "
-          "DROP TABLE IF EXISTS usage_day; DROP TABLE IF EXISTS usage_day_cache;");
+          "DROP TABLE IF EXISTS usage_app; DROP TABLE IF EXISTS usage_day_app; "
+          "DROP TABLE IF EXISTS usage_month_app; DROP TABLE IF EXISTS usage_day; "
+          "DROP TABLE IF EXISTS usage_day_cache;");
       !dropped) {
     return dropped;
   }
-  if (Status created = db.exec(installSql()); !created) return created;
+  if (Status created = db.exec(kTablesSql); !created) return created;
+  if (Status filled = rebuildDays(db, ""); !filled) return filled;
   return transaction.commit();
 }
 
@@ -272,12 +226,31 @@ UsageAggregates::UsageAggregates(sql::Database& db)
     : db_(db), installed_(installUsageAggregates(db)) {}
 
 Result<std::vector<StoredDay>> UsageAggregates::days() {
+  // A marked day's bounds come from its rows; a marked day without rows is gone.
   Result<sql::Statement> statement = db_.prepare(
-      "SELECT day_key, min_started_us, max_ended_us, n FROM usage_day ORDER BY day_key");
+      "SELECT day_key, min_started_us, max_ended_us, n, 0 FROM usage_day "
+      "WHERE day_key NOT IN (SELECT day_key FROM usage_dirty) "
+      "UNION ALL SELECT day_key, min(started_us), max(ended_us), count(*), 1 FROM segment "
+      "WHERE day_key IN (SELECT day_key FROM usage_dirty) GROUP BY day_key "
+      "ORDER BY 1");
   if (!statement) return Error{statement.error()};
   return statement->collect([](const sql::Statement& row) {
-    return StoredDay{row.text(0), row.int64(1), row.int64(2), row.int64(3)};
+    return StoredDay{row.text(0), row.int64(1), row.int64(2), row.int64(3), row.int64(4) != 0};
   });
+}
+
+Status UsageAggregates::settle(bool keepNewest) {
+  const std::string choice =
+      keepNewest ? "WHERE day_key < (SELECT max(day_key) FROM usage_dirty)" : "";
+  Result<sql::Statement> pending = db_.prepare("SELECT count(*) FROM usage_dirty " + choice);
+  if (!pending) return Error{pending.error()};
+  if (Result<bool> row = pending->step(); !row) return Error{row.error()};
+  if (pending->int64(0) == 0) return {};
+  pending->reset();
+  sql::Transaction transaction(db_);
+  if (!transaction.began()) return transaction.began();
+  if (Status rebuilt = rebuildDays(db_, choice); !rebuilt) return rebuilt;
+  return transaction.commit();
 }
 
 Result<std::vector<ContextTotal>> UsageAggregates::contextTotals(

@@ -1,20 +1,20 @@
 // Per-day and per-month totals kept beside the segment table, so that reports over months and
 // years read a few thousand aggregate rows instead of every segment.
 //
-// The totals are maintained by SQLite triggers on the segment table, so they change in the same
-// transaction as the rows (insert, import, edit, reassign, delete, purge, wipe) whichever
-// process writes, and can never disagree with them. Seconds are summed as whole microseconds
-// (each row's `seconds` rounded to the microsecond) so sums are exact and order-independent.
+// Writing a row costs almost nothing extra: SQLite triggers on the segment table only mark the
+// row's day (insert, import, edit, reassign, delete, purge, wipe, whichever process writes, in
+// the writer's transaction). Marked days are rebuilt from their rows in bulk by `settle`, and
+// until then their totals are not used: readers take a marked day's rows instead, so the
+// aggregates never disagree with the rows. Seconds are summed as whole microseconds (each row's
+// `seconds` rounded to the microsecond) so sums are exact and order-independent.
 //
 // A context is one distinct (bundle id, app name, host, window title, tool) combination, interned
 // once as a small integer; absent and empty texts are different contexts. Beside these the
 // store keeps totals per (bundle id, app name, host, detail), the detail derived from the row
-// when it is written (the SQL function velto_detail, registered on each connection by
+// when its day is rebuilt (the SQL function velto_detail, registered on each connection by
 // installUsageAggregates), per day and per month: long periods read those.
 //
-// Per day the store also keeps the earliest start and latest end of its rows. After deletions
-// these bounds are only ever too wide, never too narrow: a reader that needs a day's rows to lie
-// inside an interval may trust the aggregates whenever the bounds say so.
+// Per day the store also keeps the earliest start and latest end of its rows.
 //
 // Thread: main thread, like the store whose database this uses.
 #pragma once
@@ -38,9 +38,11 @@ Status installUsageAggregates(sql::Database& db);
 
 struct StoredDay {
   std::string dayKey;           // the stored day_key of its rows
-  std::int64_t minStartUs = 0;  // microseconds since the Unix epoch; may be earlier than any row
-  std::int64_t maxEndUs = 0;    // may be later than any row
+  std::int64_t minStartUs = 0;  // microseconds since the Unix epoch
+  std::int64_t maxEndUs = 0;
   std::int64_t count = 0;
+  // Changed since its totals were built: read its rows, not its totals. Its bounds are exact.
+  bool marked = false;
 };
 
 struct StoredContext {
@@ -78,6 +80,11 @@ class UsageAggregates {
 
   // Every stored day, in key order.
   Result<std::vector<StoredDay>> days();
+  // Rebuilds the totals of the marked days, in one write transaction (nothing is written when
+  // no day is marked). `keepNewest` leaves the latest marked day for later: it is the day being
+  // recorded, which would be marked again at once. A failure (another writer holds the lock)
+  // leaves the days marked; readers then take their rows.
+  Status settle(bool keepNewest = true);
   // Totals per context over whole stored days and whole stored months (keys "yyyy-MM").
   // `withTitles` keeps window titles and tools apart (needed when categories depend on titles);
   // otherwise totals come per application, host and detail, which is far fewer rows.

@@ -18,6 +18,7 @@ class UsageAggregatesTest : public testing::StoreTest {
 
   // Context totals of every stored day, as "bundle title micros count" lines.
   std::vector<std::string> dayTotals() {
+    EXPECT_TRUE(aggregates().settle(false));
     Result<std::vector<ContextTotal>> totals =
         aggregates().contextTotals({{"0000-00-00", "9999-99-99"}}, {});
     EXPECT_TRUE(totals.ok());
@@ -33,7 +34,7 @@ class UsageAggregatesTest : public testing::StoreTest {
   std::optional<UsageAggregates> aggregates_;
 };
 
-TEST_F(UsageAggregatesTest, FollowInsertsEditsAndDeletesInTheSameTransaction) {
+TEST_F(UsageAggregatesTest, FollowInsertsEditsAndDeletesOnceSettled) {
   const Uuid first = add("code", "2026-11-20T08:00:00Z", "2026-11-20T08:00:01.5Z");
   const Uuid second = add("code", "2026-11-20T09:00:00Z", "2026-11-20T10:00:00Z");
   add("slack", "2026-11-21T09:00:00Z", "2026-11-21T09:10:00Z");
@@ -49,17 +50,31 @@ TEST_F(UsageAggregatesTest, FollowInsertsEditsAndDeletesInTheSameTransaction) {
   EXPECT_EQ(dayTotals().size(), 2u);
 }
 
-TEST_F(UsageAggregatesTest, DayBoundsOnlyWidenAndEmptyDaysGo) {
+TEST_F(UsageAggregatesTest, ChangedDaysAreMarkedUntilSettledAndEmptyDaysGo) {
+  add("code", "2026-11-19T08:00:00Z", "2026-11-19T09:00:00Z");
   add("code", "2026-11-20T08:00:00Z", "2026-11-20T09:00:00Z");
   const Uuid late = add("code", "2026-11-20T20:00:00Z", "2026-11-20T21:00:00Z");
+  ASSERT_TRUE(aggregates().settle(false));
   ASSERT_TRUE(store->deleteSegments(std::vector<Uuid>{late}));
+  add("slack", "2026-11-21T09:00:00Z", "2026-11-21T09:10:00Z");
+
+  // A marked day is described by its rows until it is rebuilt.
   Result<std::vector<StoredDay>> days = aggregates().days();
   ASSERT_TRUE(days.ok());
-  ASSERT_EQ(days->size(), 1u);
-  EXPECT_EQ((*days)[0].dayKey, "2026-11-20");
-  EXPECT_EQ((*days)[0].count, 1);
-  // Never narrower than the rows: a reader falls back to the rows, never the other way round.
-  EXPECT_EQ((*days)[0].maxEndUs, at("2026-11-20T21:00:00Z").time_since_epoch().count());
+  ASSERT_EQ(days->size(), 3u);
+  EXPECT_FALSE((*days)[0].marked);
+  EXPECT_TRUE((*days)[1].marked);
+  EXPECT_EQ((*days)[1].count, 1);
+  EXPECT_EQ((*days)[1].maxEndUs, at("2026-11-20T09:00:00Z").time_since_epoch().count());
+  EXPECT_TRUE((*days)[2].marked);
+
+  // Settling leaves the newest marked day, the one being recorded, for later.
+  ASSERT_TRUE(aggregates().settle());
+  days = aggregates().days();
+  ASSERT_TRUE(days.ok());
+  EXPECT_FALSE((*days)[1].marked);
+  EXPECT_EQ((*days)[1].maxEndUs, at("2026-11-20T09:00:00Z").time_since_epoch().count());
+  EXPECT_TRUE((*days)[2].marked);
 
   ASSERT_TRUE(store->wipe());
   EXPECT_TRUE(aggregates().days()->empty());
@@ -74,7 +89,7 @@ TEST_F(UsageAggregatesTest, InstallingFillsThemFromStoredRowsAndChangesDropCache
       "DROP TRIGGER usage_after_insert; DROP TRIGGER usage_after_delete; "
       "DROP TRIGGER usage_after_update; DROP TABLE usage_context; DROP TABLE usage_day_context; "
       "DROP TABLE usage_app; DROP TABLE usage_day_app; DROP TABLE usage_month_app; "
-      "DROP TABLE usage_day; DROP TABLE usage_day_cache;"));
+      "DROP TABLE usage_day; DROP TABLE usage_day_cache; DROP TABLE usage_dirty;"));
   ASSERT_TRUE(installUsageAggregates(persistence->database()));
   EXPECT_EQ(dayTotals(), before);
   Result<std::vector<ContextTotal>> months =
@@ -92,7 +107,9 @@ TEST_F(UsageAggregatesTest, InstallingFillsThemFromStoredRowsAndChangesDropCache
   aggregates().cacheDay("2026-11-20", "UTC", "summary");
   EXPECT_EQ(aggregates().cachedDay("2026-11-20", "UTC"), "summary");
   EXPECT_FALSE(aggregates().cachedDay("2026-11-20", "Europe/Berlin"));
+  // A changed day's summary goes when the day is rebuilt.
   add("slack", "2026-11-20T10:00:00Z", "2026-11-20T10:05:00Z");
+  ASSERT_TRUE(aggregates().settle(false));
   EXPECT_FALSE(aggregates().cachedDay("2026-11-20", "UTC"));
 }
 
