@@ -116,6 +116,21 @@ inline std::vector<Segment> zipfDays(const Calendar& calendar, Instant end, int 
       row.dayKey = calendar.dayKey(cursor);
       cursor = row.endedAt;
       if (random() % 200 == 0) cursor = addSeconds(cursor, 60 + random() % 900);
+      // A late evening runs past midnight; the recorder splits a segment there.
+      const Instant midnight = calendar.nextMidnight(row.startedAt);
+      if (row.endedAt > midnight) {
+        Segment after = row;
+        after.id = Uuid::random();
+        after.startedAt = midnight;
+        after.seconds = secondsBetween(midnight, row.endedAt);
+        after.dayKey = calendar.dayKey(midnight);
+        row.endedAt = midnight;
+        row.seconds = secondsBetween(row.startedAt, midnight);
+        row.endReasonRaw = "dayBoundary";
+        rows.push_back(std::move(row));
+        rows.push_back(std::move(after));
+        continue;
+      }
       rows.push_back(std::move(row));
     }
   }

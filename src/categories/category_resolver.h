@@ -60,6 +60,8 @@ class CategoryResolver {
   std::string_view category(std::string_view bundleId,
                             std::optional<std::string_view> host = std::nullopt,
                             std::optional<std::string_view> title = std::nullopt) const;
+  // Whether a window title can change the answer (the user has keyword rules).
+  bool readsTitles() const { return !keywordRules_.empty(); }
 
  private:
   struct Hash {

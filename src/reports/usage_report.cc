@@ -3,6 +3,7 @@
 #include "base/log.h"
 #include "base/notices.h"
 #include "base/strings.h"
+#include "reports/detail_trends.h"
 
 namespace velto {
 
@@ -70,6 +71,8 @@ Result<UsageFigures> buildFigures(UsageSource& source, const ReportPeriod& perio
   if (!previous) return Error{previous.error()};
 
   f.contexts = std::move(current->contexts);
+  f.siteLevel = current->siteLevel;
+  f.liveRows = extra;
   f.totalSeconds = UsageRollup::atComputerSeconds(f.contexts);
   f.offMacSeconds = UsageRollup::offMacSeconds(f.contexts);
   f.byApp = UsageRollup::byApp(f.contexts, in.resolver);
@@ -122,9 +125,14 @@ Result<UsageFigures> buildFigures(UsageSource& source, const ReportPeriod& perio
   f.appTrends = movers(trendRows(
       f.byApp, UsageRollup::byApp(previous->contexts, in.resolver),
       [](const AppUsage& r) { return r.bundleId; }, [](const AppUsage& r) { return r.appName; }));
-  f.detailTrends = movers(trendRows(
-      UsageRollup::allDetails(f.contexts), UsageRollup::allDetails(previous->contexts),
-      [](const DetailUsage& r) { return r.key; }, [](const DetailUsage& r) { return r.label; }));
+  if (current->siteLevel || previous->siteLevel) {
+    f.detailTrends = detailMovers(source.aggregates(), {f.contexts, current->detailMicros},
+                                  {previous->contexts, previous->detailMicros});
+  } else {
+    f.detailTrends = movers(trendRows(
+        UsageRollup::allDetails(f.contexts), UsageRollup::allDetails(previous->contexts),
+        [](const DetailUsage& r) { return r.key; }, [](const DetailUsage& r) { return r.label; }));
+  }
   const bool anyMover =
       !f.categoryTrends.empty() || !f.appTrends.empty() || !f.detailTrends.empty();
   f.trendsText = trendsText(anyMover, f.previousTotalSeconds, in.language);
@@ -209,7 +217,19 @@ void UsageReport::setHoldsReload(bool hold) {
 
 const std::vector<DetailUsage>& UsageReport::detailRows(const std::string& bundleId) {
   auto [at, added] = detailCache_.try_emplace(bundleId);
-  if (added) at->second = UsageRollup::detailRows(figures_.contexts, bundleId);
+  if (!added) return at->second;
+  if (!figures_.siteLevel) {
+    at->second = UsageRollup::detailRows(figures_.contexts, bundleId);
+    return at->second;
+  }
+  // Totals per site do not carry details: this application's are read on their own.
+  Result<std::vector<ContextTotal>> own =
+      source_.appDetails(figures_.counted, figures_.liveRows, bundleId);
+  if (!own) {
+    log::error("Could not read the details of %{public}s: %{public}s", bundleId, own.error());
+    return at->second;
+  }
+  at->second = UsageRollup::detailRows(*own, bundleId);
   return at->second;
 }
 
@@ -227,8 +247,9 @@ void UsageReport::recompute() {
   const std::shared_ptr<const CategoryResolver> resolver = services_.resolver();
   std::optional<LiveSlice> live;
   if (services_.liveSlice) live = services_.liveSlice();
-  const FigureInputs inputs{calendar, *resolver, services_.directory, services_.language,
-                            now,      live,      liveSegmentID_};
+  FigureInputs inputs{calendar, *resolver, services_.directory, services_.language,
+                      now,      live,      liveSegmentID_};
+  inputs.categoriesUseTitles = resolver->readsTitles();
   Result<UsageFigures> built = buildFigures(source_, period, inputs);
   if (!built) {
     log::error("Could not build the report: %{public}s", built.error());

@@ -55,6 +55,8 @@ struct UsageFigures {
   std::vector<SiteUsage> bySite;
   std::vector<OffMacUsage> offMac;
   std::vector<ContextTotal> contexts;  // everything counted, for detail rows of one application
+  bool siteLevel = false;              // `contexts` of stored days carry no details
+  std::vector<Segment> liveRows;       // the running segment's row, when counted
   FocusSplit focusSplit;
   FocusSplit previousFocusSplit;
   ActivityShape shape;

@@ -81,6 +81,33 @@ Result<std::optional<DaySummary>> UsageSource::summaryOfStoredDay(const std::str
 Result<UsageTally> UsageSource::tally(const DateInterval& interval, std::span<const Segment> extra,
                                       bool withRows, bool withDays) {
   if (withRows || !aggregates_.installed()) return tallyFromRows(interval, extra);
+  return tallyAt(interval, extra, withDays,
+                 categoriesUseTitles_ ? TotalsLevel::context : TotalsLevel::site, std::nullopt);
+}
+
+Result<std::vector<ContextTotal>> UsageSource::appDetails(const DateInterval& interval,
+                                                          std::span<const Segment> extra,
+                                                          const std::string& bundleId) {
+  std::vector<Segment> own;
+  for (const Segment& row : extra) {
+    if (row.bundleId == bundleId) own.push_back(row);
+  }
+  Result<UsageTally> tally =
+      aggregates_.installed()
+          ? tallyAt(interval, own, false, TotalsLevel::appDetail, std::string_view(bundleId))
+          : tallyFromRows(interval, own);
+  if (!tally) return Error{tally.error()};
+  std::vector<ContextTotal> totals;
+  for (ContextTotal& total : tally->contexts) {
+    if (total.context.bundleId == bundleId) totals.push_back(std::move(total));
+  }
+  return totals;
+}
+
+Result<UsageTally> UsageSource::tallyAt(const DateInterval& interval,
+                                        std::span<const Segment> extra, bool withDays,
+                                        TotalsLevel level,
+                                        std::optional<std::string_view> bundleOnly) {
   // Days changed since their totals were built are brought up to date first, except the one
   // being recorded; whatever stays marked is read row by row.
   (void)aggregates_.settle();
@@ -146,10 +173,19 @@ Result<UsageTally> UsageSource::tally(const DateInterval& interval, std::span<co
     if (i > 0 && dayKeys[i].compare(0, 7, dayKeys[i - 1], 0, 7) != 0) ++month;
     singleDay[i] = usable[i] && !monthUsable[month];
   }
-  Result<std::vector<ContextTotal>> totals = aggregates_.contextTotals(
-      runsOf(dayKeys, singleDay), runsOf(monthKeys, monthUsable), categoriesUseTitles_);
+  const std::vector<KeyRange> dayRuns = runsOf(dayKeys, singleDay);
+  const std::vector<KeyRange> monthRuns = runsOf(monthKeys, monthUsable);
+  Result<std::vector<ContextTotal>> totals =
+      aggregates_.contextTotals(dayRuns, monthRuns, level, bundleOnly);
   if (!totals) return Error{totals.error()};
   tally.contexts = std::move(totals).value();
+  if (level == TotalsLevel::site) {
+    tally.siteLevel = true;
+    if (Status details = aggregates_.addDetailTotals(dayRuns, monthRuns, tally.detailMicros);
+        !details) {
+      return Error{details.error()};
+    }
+  }
   sortByStart(rows);
   for (ContextTotal& total : UsageRollup::contexts(rows))
     tally.contexts.push_back(std::move(total));

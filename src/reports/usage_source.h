@@ -24,8 +24,13 @@ namespace velto {
 
 struct UsageTally {
   std::vector<ContextTotal> contexts;  // may list a context more than once; add them up
-  std::vector<DaySummary> days;        // time at the computer, in day order
-  std::vector<Segment> rows;           // clipped, in start order; only when asked for
+  // Without keyword rules the stored days' totals come per application and host only
+  // (`siteLevel`), and their details as time per stored detail id here; rows read one by one
+  // keep their full context (and so their details) in `contexts`.
+  bool siteLevel = false;
+  std::vector<std::int64_t> detailMicros;
+  std::vector<DaySummary> days;  // time at the computer, in day order
+  std::vector<Segment> rows;     // clipped, in start order; only when asked for
 };
 
 class UsageSource {
@@ -41,14 +46,22 @@ class UsageSource {
   // The same figures from the rows only: the reference the aggregates are held to.
   Result<UsageTally> tallyFromRows(const DateInterval& interval, std::span<const Segment> extra);
 
+  // The contexts of one application in the interval, per host and detail (for its detail rows).
+  Result<std::vector<ContextTotal>> appDetails(const DateInterval& interval,
+                                               std::span<const Segment> extra,
+                                               const std::string& bundleId);
+
   // Whether categories depend on window titles (the user has keyword rules): then totals keep
-  // titles apart; otherwise they come per application, host and detail. On by default.
+  // titles apart; otherwise they come per site (see UsageTally). On by default.
   void setCategoriesUseTitles(bool use) { categoriesUseTitles_ = use; }
 
   UsageAggregates& aggregates() { return aggregates_; }
 
  private:
   Result<std::optional<DaySummary>> summaryOfStoredDay(const std::string& dayKey);
+  Result<UsageTally> tallyAt(const DateInterval& interval, std::span<const Segment> extra,
+                             bool withDays, TotalsLevel level,
+                             std::optional<std::string_view> bundleOnly);
 
   SegmentStore& store_;
   const Calendar& calendar_;

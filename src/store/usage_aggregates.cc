@@ -1,6 +1,7 @@
 #include "store/usage_aggregates.h"
 
 #include <array>
+#include <map>
 #include <string>
 
 #include "context/context_detail.h"
@@ -41,12 +42,26 @@ CREATE TABLE usage_context (
   tool_k TEXT NOT NULL,
   UNIQUE (bundle_id, app_name, host_k, title_k, tool_k)
 );
+CREATE TABLE usage_site (
+  id INTEGER PRIMARY KEY,
+  bundle_id TEXT NOT NULL,
+  app_name TEXT NOT NULL,
+  host_k TEXT NOT NULL,
+  UNIQUE (bundle_id, app_name, host_k)
+);
+CREATE TABLE usage_detail (
+  id INTEGER PRIMARY KEY,
+  key TEXT NOT NULL UNIQUE,
+  detail_k TEXT NOT NULL
+);
 CREATE TABLE usage_app (
   id INTEGER PRIMARY KEY,
   bundle_id TEXT NOT NULL,
   app_name TEXT NOT NULL,
   host_k TEXT NOT NULL,
   detail_k TEXT NOT NULL,
+  site INTEGER NOT NULL,
+  detail INTEGER,
   UNIQUE (bundle_id, app_name, host_k, detail_k)
 );
 CREATE TABLE usage_day_context (
@@ -60,6 +75,18 @@ CREATE TABLE usage_day_app (
 CREATE TABLE usage_month_app (
   month_key TEXT NOT NULL, app INTEGER NOT NULL, us INTEGER NOT NULL, n INTEGER NOT NULL,
   PRIMARY KEY (month_key, app)
+) WITHOUT ROWID;
+CREATE TABLE usage_day_site (
+  day_key TEXT NOT NULL, site INTEGER NOT NULL, us INTEGER NOT NULL, n INTEGER NOT NULL,
+  PRIMARY KEY (day_key, site)
+) WITHOUT ROWID;
+CREATE TABLE usage_month_site (
+  month_key TEXT NOT NULL, site INTEGER NOT NULL, us INTEGER NOT NULL, n INTEGER NOT NULL,
+  PRIMARY KEY (month_key, site)
+) WITHOUT ROWID;
+CREATE TABLE usage_day_detail (day_key TEXT PRIMARY KEY NOT NULL, blob BLOB NOT NULL) WITHOUT ROWID;
+CREATE TABLE usage_month_detail (
+  month_key TEXT PRIMARY KEY NOT NULL, blob BLOB NOT NULL
 ) WITHOUT ROWID;
 CREATE TABLE usage_day (
   day_key TEXT PRIMARY KEY NOT NULL,
@@ -92,6 +119,8 @@ INSERT INTO usage_dirty (day_key) SELECT DISTINCT day_key FROM segment;
 constexpr const char* kRebuildSql = R"sql(
 DELETE FROM usage_day_context WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild);
 DELETE FROM usage_day_app WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild);
+DELETE FROM usage_day_site WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild);
+DELETE FROM usage_day_detail WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild);
 DELETE FROM usage_day WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild);
 DELETE FROM usage_day_cache WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild);
 CREATE TEMP TABLE usage_fill AS
@@ -103,9 +132,18 @@ CREATE TEMP TABLE usage_fill AS
 INSERT INTO usage_context (bundle_id, app_name, host_k, title_k, tool_k)
   SELECT DISTINCT bundle_id, app_name, host_k, title_k, tool_k FROM usage_fill WHERE true
   ON CONFLICT DO NOTHING;
-INSERT INTO usage_app (bundle_id, app_name, host_k, detail_k)
-  SELECT DISTINCT bundle_id, app_name, host_k, detail_k FROM usage_fill WHERE true
-  ON CONFLICT DO NOTHING;
+INSERT INTO usage_site (bundle_id, app_name, host_k)
+  SELECT DISTINCT bundle_id, app_name, host_k FROM usage_fill WHERE true ON CONFLICT DO NOTHING;
+INSERT INTO usage_detail (key, detail_k)
+  SELECT velto_detail_key(detail_k), min(detail_k) FROM usage_fill WHERE detail_k <> 'N'
+  GROUP BY 1 ON CONFLICT DO NOTHING;
+INSERT INTO usage_app (bundle_id, app_name, host_k, detail_k, site, detail)
+  SELECT f.bundle_id, f.app_name, f.host_k, f.detail_k, s.id,
+         (SELECT d.id FROM usage_detail d WHERE d.key = velto_detail_key(f.detail_k))
+  FROM (SELECT DISTINCT bundle_id, app_name, host_k, detail_k FROM usage_fill) f
+  JOIN usage_site s ON s.bundle_id = f.bundle_id AND s.app_name = f.app_name
+    AND s.host_k = f.host_k
+  WHERE true ON CONFLICT DO NOTHING;
 INSERT INTO usage_day_context (day_key, ctx, us, n)
   SELECT f.day_key, c.id, sum(f.us), count(*)
   FROM usage_fill f JOIN usage_context c ON c.bundle_id = f.bundle_id AND c.app_name = f.app_name
@@ -116,6 +154,11 @@ INSERT INTO usage_day_app (day_key, app, us, n)
   FROM usage_fill f JOIN usage_app a ON a.bundle_id = f.bundle_id AND a.app_name = f.app_name
     AND a.host_k = f.host_k AND a.detail_k = f.detail_k
   GROUP BY f.day_key, a.id;
+INSERT INTO usage_day_site (day_key, site, us, n)
+  SELECT d.day_key, a.site, sum(d.us), sum(d.n)
+  FROM usage_day_app d JOIN usage_app a ON a.id = d.app
+  WHERE d.day_key IN (SELECT day_key FROM temp.usage_rebuild)
+  GROUP BY d.day_key, a.site;
 INSERT INTO usage_day (day_key, min_started_us, max_ended_us, n)
   SELECT day_key, min(started_us), max(ended_us), count(*) FROM segment
   WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild) GROUP BY day_key;
@@ -127,11 +170,143 @@ INSERT INTO usage_month_app (month_key, app, us, n)
   FROM usage_rebuild_month m JOIN usage_day_app d
     ON d.day_key BETWEEN m.month_key || '-00' AND m.month_key || '-99'
   GROUP BY m.month_key, d.app;
+DELETE FROM usage_month_site WHERE month_key IN (SELECT month_key FROM usage_rebuild_month);
+INSERT INTO usage_month_site (month_key, site, us, n)
+  SELECT m.month_key, d.site, sum(d.us), sum(d.n)
+  FROM usage_rebuild_month m JOIN usage_day_site d
+    ON d.day_key BETWEEN m.month_key || '-00' AND m.month_key || '-99'
+  GROUP BY m.month_key, d.site;
 DELETE FROM usage_dirty WHERE day_key IN (SELECT day_key FROM temp.usage_rebuild);
 DROP TABLE usage_fill;
+)sql";
+
+constexpr const char* kRebuildDoneSql = R"sql(
 DROP TABLE usage_rebuild_month;
 DROP TABLE temp.usage_rebuild;
 )sql";
+
+// Detail totals of a day or month as a blob: (detail id, microseconds) pairs in id order, each
+// number an unsigned LEB128 varint, ids as the difference to the previous id. Time away from the
+// computer is left out (details are of time at the computer).
+using DetailPairs = std::vector<std::pair<std::int64_t, std::int64_t>>;
+
+void putVarint(std::string& out, std::uint64_t value) {
+  while (value >= 0x80) {
+    out.push_back(static_cast<char>((value & 0x7f) | 0x80));
+    value >>= 7;
+  }
+  out.push_back(static_cast<char>(value));
+}
+
+std::string encodePairs(const DetailPairs& pairs) {
+  std::string out;
+  out.reserve(pairs.size() * 5);
+  std::int64_t previous = 0;
+  for (const auto& [id, micros] : pairs) {
+    putVarint(out, static_cast<std::uint64_t>(id - previous));
+    putVarint(out, static_cast<std::uint64_t>(micros));
+    previous = id;
+  }
+  return out;
+}
+
+// Calls `take(id, micros)` for each pair; false when the blob is cut short.
+template <typename Take>
+bool forEachPair(std::string_view blob, Take take) {
+  const auto* at = reinterpret_cast<const unsigned char*>(blob.data());
+  const auto* end = at + blob.size();
+  auto next = [&](std::uint64_t& value) {
+    value = 0;
+    for (int shift = 0; at < end && shift < 64; shift += 7) {
+      const unsigned char byte = *at++;
+      value |= static_cast<std::uint64_t>(byte & 0x7f) << shift;
+      if ((byte & 0x80) == 0) return true;
+    }
+    return false;
+  };
+  std::int64_t id = 0;
+  while (at < end) {
+    std::uint64_t step = 0;
+    std::uint64_t micros = 0;
+    if (!next(step) || !next(micros)) return false;
+    id += static_cast<std::int64_t>(step);
+    take(id, static_cast<std::int64_t>(micros));
+  }
+  return true;
+}
+
+// The detail blobs of the days in temp.usage_rebuild, and of their months from their days.
+Status rebuildDetailBlobs(sql::Database& db) {
+  Result<sql::Statement> days = db.prepare(
+      "SELECT d.day_key, a.detail, sum(d.us) FROM usage_day_app d JOIN usage_app a ON a.id = d.app "
+      "WHERE d.day_key IN (SELECT day_key FROM temp.usage_rebuild) AND a.detail IS NOT NULL "
+      "AND a.bundle_id NOT LIKE 'velto.offmac.%' GROUP BY d.day_key, a.detail "
+      "ORDER BY d.day_key, a.detail");
+  Result<sql::Statement> writeDay =
+      db.prepare("INSERT INTO usage_day_detail (day_key, blob) VALUES (?, ?)");
+  if (!days) return Error{days.error()};
+  if (!writeDay) return Error{writeDay.error()};
+  std::string day;
+  DetailPairs pairs;
+  auto flushDay = [&]() -> Status {
+    if (day.empty()) return {};
+    const std::string blob = encodePairs(pairs);
+    writeDay->reset();
+    writeDay->bind(1, std::string_view(day)).bindBlob(2, blob.data(), blob.size());
+    pairs.clear();
+    return writeDay->run();
+  };
+  while (true) {
+    Result<bool> row = days->step();
+    if (!row) return Error{row.error()};
+    if (!*row) break;
+    std::string key = days->text(0);
+    if (key != day) {
+      if (Status written = flushDay(); !written) return written;
+      day = std::move(key);
+    }
+    pairs.emplace_back(days->int64(1), days->int64(2));
+  }
+  if (Status written = flushDay(); !written) return written;
+
+  Result<sql::Statement> months = db.prepare("SELECT month_key FROM usage_rebuild_month");
+  Result<sql::Statement> dayBlobs = db.prepare(
+      "SELECT blob FROM usage_day_detail WHERE day_key BETWEEN ? || '-00' AND ? || '-99'");
+  Result<sql::Statement> writeMonth =
+      db.prepare("INSERT OR REPLACE INTO usage_month_detail (month_key, blob) VALUES (?, ?)");
+  Result<sql::Statement> dropMonth =
+      db.prepare("DELETE FROM usage_month_detail WHERE month_key = ?");
+  if (!months) return Error{months.error()};
+  if (!dayBlobs) return Error{dayBlobs.error()};
+  if (!writeMonth) return Error{writeMonth.error()};
+  if (!dropMonth) return Error{dropMonth.error()};
+  Result<std::vector<std::string>> monthKeys =
+      months->collect([](const sql::Statement& row) { return row.text(0); });
+  if (!monthKeys) return Error{monthKeys.error()};
+  for (const std::string& month : *monthKeys) {
+    std::map<std::int64_t, std::int64_t> merged;
+    dayBlobs->reset();
+    dayBlobs->bind(1, std::string_view(month)).bind(2, std::string_view(month));
+    while (true) {
+      Result<bool> row = dayBlobs->step();
+      if (!row) return Error{row.error()};
+      if (!*row) break;
+      forEachPair(dayBlobs->blob(0),
+                  [&](std::int64_t id, std::int64_t micros) { merged[id] += micros; });
+    }
+    if (merged.empty()) {
+      dropMonth->reset();
+      dropMonth->bind(1, std::string_view(month));
+      if (Status dropped = dropMonth->run(); !dropped) return dropped;
+      continue;
+    }
+    const std::string blob = encodePairs(DetailPairs(merged.begin(), merged.end()));
+    writeMonth->reset();
+    writeMonth->bind(1, std::string_view(month)).bindBlob(2, blob.data(), blob.size());
+    if (Status written = writeMonth->run(); !written) return written;
+  }
+  return {};
+}
 
 // Rebuilds the marked days that `choice` selects from usage_dirty, in the caller's transaction.
 Status rebuildDays(sql::Database& db, const std::string& choice) {
@@ -140,7 +315,9 @@ Status rebuildDays(sql::Database& db, const std::string& choice) {
       !chosen) {
     return chosen;
   }
-  return db.exec(kRebuildSql);
+  if (Status rebuilt = db.exec(kRebuildSql); !rebuilt) return rebuilt;
+  if (Status blobs = rebuildDetailBlobs(db); !blobs) return blobs;
+  return db.exec(kRebuildDoneSql);
 }
 
 // velto_detail(bundle_id, app_name, window_title, host, tool_name): the detail reports group a
@@ -179,6 +356,26 @@ void detailFunction(sqlite3_context* context, int, sqlite3_value** values) {
                       SQLITE_TRANSIENT);
 }
 
+// velto_detail_key(detail_k): the key of an encoded detail ('V' kind US key US label), by which
+// details are told apart across applications; NULL for 'N'.
+void detailKeyFunction(sqlite3_context* context, int, sqlite3_value** values) {
+  if (sqlite3_value_type(values[0]) == SQLITE_NULL) {
+    sqlite3_result_null(context);
+    return;
+  }
+  const std::string_view text(reinterpret_cast<const char*>(sqlite3_value_text(values[0])),
+                              static_cast<size_t>(sqlite3_value_bytes(values[0])));
+  const size_t first = text.find(kUnitSeparator);
+  const size_t second = first == std::string_view::npos ? std::string_view::npos
+                                                        : text.find(kUnitSeparator, first + 1);
+  if (text.empty() || text[0] != 'V' || second == std::string_view::npos) {
+    sqlite3_result_null(context);
+    return;
+  }
+  const std::string_view key = text.substr(first + 1, second - first - 1);
+  sqlite3_result_text(context, key.data(), static_cast<int>(key.size()), SQLITE_TRANSIENT);
+}
+
 Result<bool> tableExists(sql::Database& db, std::string_view name) {
   Result<sql::Statement> statement =
       db.prepare("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = ?");
@@ -201,7 +398,12 @@ Status installUsageAggregates(sql::Database& db) {
                                  nullptr, detailFunction, nullptr, nullptr, nullptr) != SQLITE_OK) {
     return Error{db.lastError()};
   }
-  Result<bool> present = tableExists(db, "usage_dirty");
+  if (sqlite3_create_function_v2(db.handle(), "velto_detail_key", 1,
+                                 SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, detailKeyFunction,
+                                 nullptr, nullptr, nullptr) != SQLITE_OK) {
+    return Error{db.lastError()};
+  }
+  Result<bool> present = tableExists(db, "usage_month_detail");
   if (!present) return Error{present.error()};
   if (*present) return {};
   sql::Transaction transaction(db);
@@ -213,7 +415,10 @@ Status installUsageAggregates(sql::Database& db) {
           "DROP TABLE IF EXISTS usage_day_context; DROP TABLE IF EXISTS usage_month_context; "
           "DROP TABLE IF EXISTS usage_app; DROP TABLE IF EXISTS usage_day_app; "
           "DROP TABLE IF EXISTS usage_month_app; DROP TABLE IF EXISTS usage_day; "
-          "DROP TABLE IF EXISTS usage_day_cache;");
+          "DROP TABLE IF EXISTS usage_day_cache; DROP TABLE IF EXISTS usage_dirty; "
+          "DROP TABLE IF EXISTS usage_site; DROP TABLE IF EXISTS usage_detail; "
+          "DROP TABLE IF EXISTS usage_day_site; DROP TABLE IF EXISTS usage_month_site; "
+          "DROP TABLE IF EXISTS usage_day_detail; DROP TABLE IF EXISTS usage_month_detail;");
       !dropped) {
     return dropped;
   }
@@ -255,42 +460,52 @@ Status UsageAggregates::settle(bool keepNewest) {
 
 Result<std::vector<ContextTotal>> UsageAggregates::contextTotals(
     const std::vector<KeyRange>& dayRanges, const std::vector<KeyRange>& monthRanges,
-    bool withTitles) {
+    TotalsLevel level, std::optional<std::string_view> bundleOnly) {
   if (dayRanges.empty() && monthRanges.empty()) return std::vector<ContextTotal>{};
   // Totals per id first (integers only), then one lookup of each id's texts. Title-level totals
   // are kept per day only: a month is read as the range of its days.
+  const bool titles = level == TotalsLevel::context;
+  const char* id = titles ? "ctx" : level == TotalsLevel::appDetail ? "app" : "site";
+  const char* names = titles                            ? "usage_context"
+                      : level == TotalsLevel::appDetail ? "usage_app"
+                                                        : "usage_site";
+  const std::string dayTable = std::string("usage_day_") + (titles ? "context" : id);
+  const std::string monthTable = std::string("usage_month_") + id;
+  const std::string only = bundleOnly ? std::string(" AND ") + id + " IN (SELECT id FROM " + names +
+                                            " WHERE bundle_id = ?)"
+                                      : "";
   std::string parts;
   std::vector<KeyRange> ranges;
-  auto part = [&](const char* table, const char* key, const KeyRange& range) {
+  auto part = [&](const std::string& table, const char* key, const KeyRange& range) {
     if (!parts.empty()) parts += " UNION ALL ";
-    parts += std::string("SELECT ") + (withTitles ? "ctx" : "app") + " AS id, us, n FROM " + table +
-             " WHERE " + key + " BETWEEN ? AND ?";
+    parts += std::string("SELECT ") + id + " AS id, us, n FROM " + table + " WHERE " + key +
+             " BETWEEN ? AND ?" + only;
     ranges.push_back(range);
   };
-  for (const KeyRange& range : dayRanges) {
-    part(withTitles ? "usage_day_context" : "usage_day_app", "day_key", range);
-  }
+  for (const KeyRange& range : dayRanges) part(dayTable, "day_key", range);
   for (const KeyRange& range : monthRanges) {
-    if (withTitles) {
-      part("usage_day_context", "day_key", {range.first + "-00", range.last + "-99"});
+    if (titles) {
+      part(dayTable, "day_key", {range.first + "-00", range.last + "-99"});
     } else {
-      part("usage_month_app", "month_key", range);
+      part(monthTable, "month_key", range);
     }
   }
-  const std::string columns = withTitles ? "c.bundle_id, c.app_name, c.host_k, c.title_k, c.tool_k"
-                                         : "c.bundle_id, c.app_name, c.host_k, c.detail_k, ''";
+  const std::string columns = titles ? "c.bundle_id, c.app_name, c.host_k, c.title_k, c.tool_k"
+                              : level == TotalsLevel::appDetail
+                                  ? "c.bundle_id, c.app_name, c.host_k, c.detail_k, ''"
+                                  : "c.bundle_id, c.app_name, c.host_k, 'N', ''";
   Result<sql::Statement> statement =
       db_.prepare("SELECT " + columns +
                   ", t.us, t.n FROM (SELECT id, sum(us) AS us, sum(n) AS n "
                   "FROM (" +
-                  parts + ") GROUP BY id) t JOIN " + (withTitles ? "usage_context" : "usage_app") +
-                  " c ON c.id = t.id");
+                  parts + ") GROUP BY id) t JOIN " + names + " c ON c.id = t.id");
   if (!statement) return Error{statement.error()};
   int index = 1;
   for (const KeyRange& range : ranges) {
     statement->bind(index, std::string_view(range.first))
         .bind(index + 1, std::string_view(range.last));
     index += 2;
+    if (bundleOnly) statement->bind(index++, *bundleOnly);
   }
   std::vector<ContextTotal> totals;
   while (true) {
@@ -301,7 +516,7 @@ Result<std::vector<ContextTotal>> UsageAggregates::contextTotals(
     total.context.bundleId = statement->text(0);
     total.context.appName = statement->text(1);
     total.context.host = decoded(statement->text(2));
-    if (withTitles) {
+    if (titles) {
       total.context.windowTitle = decoded(statement->text(3));
       total.context.toolName = decoded(statement->text(4));
     } else {
@@ -313,6 +528,67 @@ Result<std::vector<ContextTotal>> UsageAggregates::contextTotals(
     if (total.count > 0) totals.push_back(std::move(total));
   }
   return totals;
+}
+
+Status UsageAggregates::addDetailTotals(const std::vector<KeyRange>& dayRanges,
+                                        const std::vector<KeyRange>& monthRanges,
+                                        std::vector<std::int64_t>& micros) {
+  auto read = [&](const char* sql, const std::vector<KeyRange>& ranges) -> Status {
+    Result<sql::Statement> statement = db_.prepare(sql);
+    if (!statement) return Error{statement.error()};
+    for (const KeyRange& range : ranges) {
+      statement->reset();
+      statement->bind(1, std::string_view(range.first)).bind(2, std::string_view(range.last));
+      while (true) {
+        Result<bool> row = statement->step();
+        if (!row) return Error{row.error()};
+        if (!*row) break;
+        const bool whole = forEachPair(statement->blob(0), [&](std::int64_t id, std::int64_t us) {
+          if (id < 0) return;
+          if (static_cast<size_t>(id) >= micros.size()) micros.resize(static_cast<size_t>(id) + 1);
+          micros[static_cast<size_t>(id)] += us;
+        });
+        if (!whole) return Error{"a stored detail total is damaged"};
+      }
+    }
+    return {};
+  };
+  if (Status days =
+          read("SELECT blob FROM usage_day_detail WHERE day_key BETWEEN ? AND ?", dayRanges);
+      !days) {
+    return days;
+  }
+  return read("SELECT blob FROM usage_month_detail WHERE month_key BETWEEN ? AND ?", monthRanges);
+}
+
+std::optional<std::int64_t> UsageAggregates::detailIdOfKey(std::string_view key) {
+  if (!detailByKey_) {
+    Result<sql::Statement> prepared = db_.prepare("SELECT id FROM usage_detail WHERE key = ?");
+    if (!prepared) return std::nullopt;
+    detailByKey_.emplace(std::move(prepared).value());
+  }
+  detailByKey_->reset();
+  detailByKey_->bind(1, key);
+  Result<bool> row = detailByKey_->step();
+  std::optional<std::int64_t> id;
+  if (row && *row) id = detailByKey_->int64(0);
+  detailByKey_->reset();
+  return id;
+}
+
+std::optional<ActivityDetail> UsageAggregates::detailOfId(std::int64_t id) {
+  if (!detailById_) {
+    Result<sql::Statement> prepared = db_.prepare("SELECT detail_k FROM usage_detail WHERE id = ?");
+    if (!prepared) return std::nullopt;
+    detailById_.emplace(std::move(prepared).value());
+  }
+  detailById_->reset();
+  detailById_->bind(1, id);
+  Result<bool> row = detailById_->step();
+  std::optional<ActivityDetail> detail;
+  if (row && *row) detail = decodeDetail(detailById_->text(0));
+  detailById_->reset();
+  return detail;
 }
 
 Result<std::vector<Segment>> UsageAggregates::rowsOfDay(std::string_view dayKey) {

@@ -71,6 +71,13 @@ struct KeyRange {
   std::string last;
 };
 
+// How finely contextTotals tells contexts apart.
+enum class TotalsLevel {
+  context,    // every recorded context, titles and tools included
+  appDetail,  // application, host and detail (`titleless`, with `detail`)
+  site,       // application and host only (`titleless`, no `detail`)
+};
+
 class UsageAggregates {
  public:
   // Installs the aggregates on `db` when needed. `db` must outlive this object.
@@ -85,12 +92,22 @@ class UsageAggregates {
   // recorded, which would be marked again at once. A failure (another writer holds the lock)
   // leaves the days marked; readers then take their rows.
   Status settle(bool keepNewest = true);
-  // Totals per context over whole stored days and whole stored months (keys "yyyy-MM").
-  // `withTitles` keeps window titles and tools apart (needed when categories depend on titles);
-  // otherwise totals come per application, host and detail, which is far fewer rows.
-  Result<std::vector<ContextTotal>> contextTotals(const std::vector<KeyRange>& dayRanges,
-                                                  const std::vector<KeyRange>& monthRanges,
-                                                  bool withTitles = true);
+  // Totals per context over whole stored days and whole stored months (keys "yyyy-MM"), at
+  // `level`, of one application's contexts only when `bundleOnly` is given. Only days that are
+  // not marked give right totals.
+  Result<std::vector<ContextTotal>> contextTotals(
+      const std::vector<KeyRange>& dayRanges, const std::vector<KeyRange>& monthRanges,
+      TotalsLevel level = TotalsLevel::context,
+      std::optional<std::string_view> bundleOnly = std::nullopt);
+  // Adds the time at the computer per detail over the days and months to `micros`, indexed by
+  // the detail's id (grown as needed). Details are told apart by their key alone.
+  Status addDetailTotals(const std::vector<KeyRange>& dayRanges,
+                         const std::vector<KeyRange>& monthRanges,
+                         std::vector<std::int64_t>& micros);
+  // The id of the detail with `key`, when stored days have it.
+  std::optional<std::int64_t> detailIdOfKey(std::string_view key);
+  // The detail an id stands for (its kind and label as first stored).
+  std::optional<ActivityDetail> detailOfId(std::int64_t id);
   // The rows of one stored day, sorted by start (then insertion order). Only the columns reports
   // need: id, times, seconds, bundle, app name, title, host, tool.
   Result<std::vector<Segment>> rowsOfDay(std::string_view dayKey);
@@ -107,6 +124,8 @@ class UsageAggregates {
   std::optional<sql::Statement> dayRows_;
   std::optional<sql::Statement> cacheRead_;
   std::optional<sql::Statement> cacheWrite_;
+  std::optional<sql::Statement> detailByKey_;
+  std::optional<sql::Statement> detailById_;
 };
 
 }  // namespace velto

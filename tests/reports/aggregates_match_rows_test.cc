@@ -21,19 +21,14 @@ struct Totals {
   bool operator==(const Totals&) const = default;
 };
 
-// Per context, or per application, host and detail when `titleless`.
+// Per context, or per application and host when `titleless`.
 Totals totalsOf(const std::vector<ContextTotal>& contexts, bool titleless) {
   Totals totals;
   for (const ContextTotal& total : contexts) {
     const StoredContext& c = total.context;
     std::string key = c.bundleId + "|" + c.appName + "|" + (c.host ? "V" + *c.host : "N") + "|";
     if (titleless) {
-      std::optional<ActivityDetail> detail = total.detail;
-      if (!total.titleless)
-        detail =
-            deriveDetail(DetailSource{c.bundleId, c.appName, c.windowTitle, c.host, c.toolName});
-      key += detail ? std::string(rawValue(detail->kind)) + "|" + detail->key + "|" + detail->label
-                    : "N";
+      key += "-";
     } else {
       EXPECT_FALSE(total.titleless);
       key += (c.windowTitle ? "V" + *c.windowTitle : "N") + "|" +
@@ -43,6 +38,23 @@ Totals totalsOf(const std::vector<ContextTotal>& contexts, bool titleless) {
     totals.byContext[key].second += total.count;
   }
   return totals;
+}
+
+// Time at the computer per detail key: the details of the contexts, and of the stored details
+// counted by id.
+std::map<std::string, Micros> detailsOf(const UsageTally& tally, UsageAggregates& aggregates) {
+  std::map<std::string, Micros> micros;
+  for (const DetailUsage& row : UsageRollup::allDetails(tally.contexts)) {
+    micros[row.key] += std::llround(row.seconds * 1e6);
+  }
+  for (size_t id = 0; id < tally.detailMicros.size(); ++id) {
+    if (tally.detailMicros[id] == 0) continue;
+    const std::optional<ActivityDetail> detail =
+        aggregates.detailOfId(static_cast<std::int64_t>(id));
+    EXPECT_TRUE(detail.has_value());
+    if (detail) micros[detail->key] += tally.detailMicros[id];
+  }
+  return micros;
 }
 
 std::vector<Segment> atComputer(const std::vector<Segment>& rows) {
@@ -115,6 +127,11 @@ class AggregatesMatchRowsTest : public testing::StoreTest {
       const Result<UsageTally> totals = source.tally(interval, {}, false, false);
       ASSERT_TRUE(totals.ok()) << totals.error();
       EXPECT_EQ(totalsOf(totals->contexts, !titles), totalsOf(reference->contexts, !titles));
+      EXPECT_EQ(totals->siteLevel, !titles);
+      if (!titles) {
+        EXPECT_EQ(detailsOf(*totals, source.aggregates()),
+                  detailsOf(*reference, source.aggregates()));
+      }
     }
     const Result<UsageTally> fast = source.tally(interval, {}, false);
     ASSERT_TRUE(fast.ok()) << fast.error();
@@ -211,7 +228,27 @@ TEST_F(AggregatesMatchRowsTest, FullReportsAgreeWithTheRunningSegmentAndRules) {
         for (size_t i = 0; i < fast->buckets.size(); ++i) {
           EXPECT_EQ(fast->buckets[i].seconds, slow->buckets[i].seconds);
         }
-        EXPECT_EQ(fast->detailTrends.size(), slow->detailTrends.size());
+        ASSERT_EQ(fast->detailTrends.size(), slow->detailTrends.size());
+        for (size_t i = 0; i < fast->detailTrends.size(); ++i) {
+          EXPECT_EQ(fast->detailTrends[i].row.key, slow->detailTrends[i].row.key);
+          EXPECT_EQ(fast->detailTrends[i].row.current, slow->detailTrends[i].row.current);
+          EXPECT_EQ(fast->detailTrends[i].row.previous, slow->detailTrends[i].row.previous);
+        }
+        // An application's detail rows, read on their own when totals are per site.
+        for (const AppUsage& app : slow->byApp) {
+          Result<std::vector<ContextTotal>> own =
+              source.appDetails(fast->counted, fast->liveRows, app.bundleId);
+          ASSERT_TRUE(own.ok());
+          const std::vector<DetailUsage> expected =
+              UsageRollup::detailRows(slow->contexts, app.bundleId);
+          const std::vector<DetailUsage> got = UsageRollup::detailRows(*own, app.bundleId);
+          ASSERT_EQ(got.size(), expected.size()) << app.bundleId;
+          for (size_t i = 0; i < got.size(); ++i) {
+            EXPECT_EQ(got[i].key, expected[i].key);
+            EXPECT_EQ(got[i].seconds, expected[i].seconds);
+            EXPECT_EQ(got[i].count, expected[i].count);
+          }
+        }
         EXPECT_EQ(fast->liveSegmentID.has_value(), period.inProgress);
       }
     }

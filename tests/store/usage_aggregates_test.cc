@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+
+#include "context/context_detail.h"
+#include "context/unicode_text.h"
 #include "store/store_fixture.h"
 
 namespace velto {
@@ -31,6 +35,19 @@ class UsageAggregatesTest : public testing::StoreTest {
     return lines;
   }
 
+  Uuid addRow(const std::string& bundleId, const std::string& from, const std::string& to,
+              const std::string& title) {
+    RecordedSegment segment = recorded(bundleId, from, to);
+    segment.context.windowTitle = title;
+    return store->insert(segment).value();
+  }
+
+  static std::string labelOf(const std::string& bundleId, const std::string& title) {
+    const std::optional<ActivityDetail> detail =
+        deriveDetail(DetailSource{bundleId, bundleId, title, std::nullopt, std::nullopt});
+    return detail ? detail->label : "-";
+  }
+
   std::optional<UsageAggregates> aggregates_;
 };
 
@@ -48,6 +65,59 @@ TEST_F(UsageAggregatesTest, FollowInsertsEditsAndDeletesOnceSettled) {
   failSegmentWrites();
   EXPECT_FALSE(store->wipe());
   EXPECT_EQ(dayTotals().size(), 2u);
+}
+
+TEST_F(UsageAggregatesTest, SitesAndDetailsAddUpOverDaysAndMonths) {
+  const Uuid edited =
+      addRow("code", "2026-10-31T08:00:00Z", "2026-10-31T09:00:00Z", "main.cc - velto");
+  addRow("code", "2026-11-02T08:00:00Z", "2026-11-02T08:30:00Z", "main.cc - velto");
+  addRow("code", "2026-11-02T09:00:00Z", "2026-11-02T09:10:00Z", "notes.md - ledger");
+  addRow("velto.offmac.meeting", "2026-11-02T10:00:00Z", "2026-11-02T11:00:00Z", "Meeting");
+  ASSERT_TRUE(aggregates().settle(false));
+
+  Result<std::vector<ContextTotal>> sites = aggregates().contextTotals(
+      {{"2026-10-31", "2026-10-31"}}, {{"2026-11", "2026-11"}}, TotalsLevel::site);
+  ASSERT_TRUE(sites.ok());
+  std::map<std::string, std::pair<std::int64_t, std::int64_t>> bySite;
+  for (const ContextTotal& total : *sites) {
+    EXPECT_TRUE(total.titleless);
+    EXPECT_FALSE(total.detail);
+    bySite[total.context.bundleId] = {total.micros, total.count};
+  }
+  EXPECT_EQ(bySite["code"], std::make_pair(std::int64_t{6'000'000'000}, std::int64_t{3}));
+  EXPECT_EQ(bySite["velto.offmac.meeting"].second, 1);
+
+  // Details are told apart by key and leave out time away from the computer.
+  auto detailSeconds = [&] {
+    std::vector<std::int64_t> micros;
+    EXPECT_TRUE(aggregates().addDetailTotals({{"2026-10-31", "2026-10-31"}},
+                                             {{"2026-11", "2026-11"}}, micros));
+    std::map<std::string, std::int64_t> seconds;
+    for (size_t id = 0; id < micros.size(); ++id) {
+      if (micros[id] == 0) continue;
+      std::optional<ActivityDetail> detail = aggregates().detailOfId(static_cast<std::int64_t>(id));
+      EXPECT_TRUE(detail);
+      if (detail) seconds[detail->label] += micros[id] / 1'000'000;
+    }
+    return seconds;
+  };
+  std::map<std::string, std::int64_t> seconds = detailSeconds();
+  const std::string main = labelOf("code", "main.cc - velto");
+  const std::string notes = labelOf("code", "notes.md - ledger");
+  ASSERT_NE(main, notes);
+  EXPECT_EQ(seconds.size(), 2u);
+  EXPECT_EQ(seconds[main], 5400);
+  EXPECT_EQ(seconds[notes], 600);
+  ASSERT_TRUE(aggregates().detailIdOfKey(text::lowerCased(main)));
+  EXPECT_FALSE(aggregates().detailIdOfKey("never seen"));
+
+  // A day changed and rebuilt changes its month as well.
+  ASSERT_TRUE(store->deleteSegments(std::vector<Uuid>{edited}));
+  addRow("code", "2026-11-03T08:00:00Z", "2026-11-03T08:01:00Z", "notes.md - ledger");
+  ASSERT_TRUE(aggregates().settle(false));
+  seconds = detailSeconds();
+  EXPECT_EQ(seconds[main], 1800);
+  EXPECT_EQ(seconds[notes], 660);
 }
 
 TEST_F(UsageAggregatesTest, ChangedDaysAreMarkedUntilSettledAndEmptyDaysGo) {
@@ -85,11 +155,8 @@ TEST_F(UsageAggregatesTest, InstallingFillsThemFromStoredRowsAndChangesDropCache
   add("code", "2026-11-20T08:00:00Z", "2026-11-20T09:00:00Z");
   add("code", "2026-12-01T08:00:00Z", "2026-12-01T08:30:00Z");
   const std::vector<std::string> before = dayTotals();
-  ASSERT_TRUE(persistence->database().exec(
-      "DROP TRIGGER usage_after_insert; DROP TRIGGER usage_after_delete; "
-      "DROP TRIGGER usage_after_update; DROP TABLE usage_context; DROP TABLE usage_day_context; "
-      "DROP TABLE usage_app; DROP TABLE usage_day_app; DROP TABLE usage_month_app; "
-      "DROP TABLE usage_day; DROP TABLE usage_day_cache; DROP TABLE usage_dirty;"));
+  // Aggregates of an earlier layout are rebuilt from the rows.
+  ASSERT_TRUE(persistence->database().exec("DROP TABLE usage_month_detail"));
   ASSERT_TRUE(installUsageAggregates(persistence->database()));
   EXPECT_EQ(dayTotals(), before);
   Result<std::vector<ContextTotal>> months =
@@ -98,7 +165,7 @@ TEST_F(UsageAggregatesTest, InstallingFillsThemFromStoredRowsAndChangesDropCache
   ASSERT_EQ(months->size(), 1u);
   EXPECT_EQ((*months)[0].micros, 5'400'000'000);
   // Per application and detail, by whole months.
-  months = aggregates().contextTotals({}, {{"2026-11", "2026-12"}}, false);
+  months = aggregates().contextTotals({}, {{"2026-11", "2026-12"}}, TotalsLevel::appDetail);
   ASSERT_TRUE(months.ok());
   ASSERT_EQ(months->size(), 1u);
   EXPECT_TRUE((*months)[0].titleless);
