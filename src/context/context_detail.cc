@@ -1,5 +1,8 @@
 #include "context/context_detail.h"
 
+#include <string>
+#include <unordered_map>
+
 #include "context/app_catalog.h"
 #include "context/unicode_text.h"
 #include "context/window_title_parser.h"
@@ -70,7 +73,9 @@ std::optional<std::string> extract(TitleStrategy strategy, std::string_view titl
 
 }  // namespace
 
-std::optional<ActivityDetail> deriveDetail(const DetailSource& source) {
+namespace {
+
+std::optional<ActivityDetail> deriveUncached(const DetailSource& source) {
   if (source.host && !source.host->empty()) {
     return makeDetail(ActivityDetailKind::site, std::string(*source.host));
   }
@@ -89,6 +94,34 @@ std::optional<ActivityDetail> deriveDetail(const DetailSource& source) {
   std::optional<std::string> value = extract(*strategy, *source.windowTitle, source.appName);
   if (!value) return std::nullopt;
   return makeDetail(*kind, std::move(*value));
+}
+
+}  // namespace
+
+// Reports derive the details of the same contexts again on every refresh; parsing a title costs
+// microseconds, a look-up a fraction of that. Per thread, and forgotten wholesale when large.
+std::optional<ActivityDetail> deriveDetail(const DetailSource& source) {
+  constexpr size_t kRemembered = 65536;
+  thread_local std::unordered_map<std::string, std::optional<ActivityDetail>> known;
+  std::string key;
+  key.reserve(source.bundleId.size() + source.appName.size() +
+              source.windowTitle.value_or("").size() + source.host.value_or("").size() +
+              source.toolName.value_or("").size() + 8);
+  auto put = [&](std::optional<std::string_view> part) {
+    key.push_back(part ? 'V' : 'N');
+    if (part) key.append(*part);
+    key.push_back('\x1f');
+  };
+  put(source.bundleId);
+  put(source.appName);
+  put(source.windowTitle);
+  put(source.host);
+  put(source.toolName);
+  if (auto found = known.find(key); found != known.end()) return found->second;
+  if (known.size() >= kRemembered) known.clear();
+  std::optional<ActivityDetail> detail = deriveUncached(source);
+  known.emplace(std::move(key), detail);
+  return detail;
 }
 
 std::optional<ActivityDetail> deriveDetail(const ActivityContext& context) {
