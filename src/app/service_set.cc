@@ -84,6 +84,7 @@ ServiceSet::ServiceSet(Desktop desktop, ServicePaths paths, Calendar calendar)
     }
     dayOrClockChanged();
   };
+  engine_->onWake = [this] { wokeUp(); };
 }
 
 ServiceSet::~ServiceSet() = default;
@@ -164,8 +165,18 @@ WidgetSnapshot ServiceSet::widgetSnapshot() {
 }
 
 void ServiceSet::armMidnight() {
-  midnight_ = desktop_.scheduler.at(calendar_.nextMidnight(desktop_.clock.now()), 5,
-                                    [this] { dayOrClockChanged(); });
+  midnightDue_ = calendar_.nextMidnight(desktop_.clock.now());
+  midnight_ = desktop_.scheduler.at(midnightDue_, 5, [this] { dayOrClockChanged(); });
+}
+
+void ServiceSet::wokeUp() {
+  // Timers count only time awake: a midnight passed asleep is the day change now, and the next
+  // one is planned again from the wall clock.
+  if (desktop_.clock.now() >= midnightDue_) {
+    dayOrClockChanged();
+  } else {
+    armMidnight();
+  }
 }
 
 void ServiceSet::dayOrClockChanged() {
