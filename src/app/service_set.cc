@@ -5,6 +5,7 @@
 #include "base/paths.h"
 #include "base/strings.h"
 #include "categories/category_seed_location.h"
+#include "surfaces/settings_keys.h"
 
 namespace velto {
 
@@ -85,6 +86,12 @@ ServiceSet::ServiceSet(Desktop desktop, ServicePaths paths, Calendar calendar)
     dayOrClockChanged();
   };
   engine_->onWake = [this] { wokeUp(); };
+  if (desktop.browsers != nullptr) {
+    desktop.browsers->setEnabled(settings_.accessibilityRequested());
+    tabReadingChanged_ = notices_.subscribe(keys::kAccessibilityRequested, [this] {
+      desktop_.browsers->setEnabled(settings_.accessibilityRequested());
+    });
+  }
 }
 
 ServiceSet::~ServiceSet() = default;

@@ -4,7 +4,8 @@
 // tracking engine (started once the store is open), the weekly digest, the daily summary, the
 // limit monitor, the notification router and the widget snapshot writer. Purges again and
 // announces a new day when the day, the zone or the clock changes (a midnight slept through is
-// caught on wake), and stops in order on quit.
+// caught on wake), and stops in order on quit. The browser tab reader follows the user's
+// accessibility opt-in ("velto.accessibilityRequested").
 //
 // The desktop (real or scripted) and the time base are handed in, so the same wiring runs the
 // recorder on a real session, in tests and in velto-replay.
@@ -134,6 +135,7 @@ class ServiceSet {
   std::unique_ptr<WidgetSnapshotWriter> widgets_;
   Timer midnight_;
   Instant midnightDue_{};  // the midnight midnight_ waits for
+  Subscription tabReadingChanged_;
 };
 
 }  // namespace velto

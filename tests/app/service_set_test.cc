@@ -19,9 +19,9 @@ using testing::at;
 
 class ServiceSetTest : public ::testing::Test {
  protected:
-  void make() {
+  void make(BrowserTabReader* browsers = nullptr) {
     services = std::make_unique<ServiceSet>(
-        Desktop{front, titles, idle, power, session, nullptr, nullptr, scheduler, scheduler},
+        Desktop{front, titles, idle, power, session, browsers, nullptr, scheduler, scheduler},
         ServicePaths{dir / "settings.json", dir / "data", dir / "shared"},
         *Calendar::named("Europe/Berlin"));
   }
@@ -153,6 +153,25 @@ TEST_F(DayChangeTest, AClockSetBackPlansTheEarlierMidnight) {
   // Midnight of the 20th in Berlin; the timer planned for the 21st would not fire for a day.
   scheduler.advanceTo(at("2026-11-20T23:00:05Z"));
   EXPECT_EQ(count, 2);
+}
+
+class SwitchableTabReader final : public BrowserTabReader {
+ public:
+  void readActiveTab(const BrowserCatalog::Entry&, int,
+                     std::function<void(BrowserTabAnswer)>) override {}
+  bool isEnabled() const override { return enabled; }
+  void setEnabled(bool value) override { enabled = value; }
+  bool enabled = true;
+};
+
+TEST_F(ServiceSetTest, TabReadingFollowsTheAccessibilityOptIn) {
+  SwitchableTabReader reader;
+  make(&reader);
+  EXPECT_FALSE(reader.enabled) << "off until the user opts in";
+  services->settings().setAccessibilityRequested(true);
+  EXPECT_TRUE(reader.enabled);
+  services->settings().setAccessibilityRequested(false);
+  EXPECT_FALSE(reader.enabled);
 }
 
 }  // namespace
