@@ -4,6 +4,7 @@
 #include <QDBusMessage>
 #include <QDBusVariant>
 #include <chrono>
+#include <map>
 
 #include "context/accessible_tab_reader.h"
 #include "platform/linux/atspi_accessible.h"
@@ -38,15 +39,22 @@ int millisecondsLeft(SteadyClock::time_point deadline) {
   return static_cast<int>(duration_cast<milliseconds>(deadline - SteadyClock::now()).count());
 }
 
+// What the worker keeps between reads: the address of the bus it is connected to, and the
+// process owning each application's bus name (names are never reused on one bus).
+struct BusMemory {
+  QString address;
+  std::map<QString, std::uint32_t> owners;
+};
+
 // The connection to the accessibility bus at `address`, made again when the address changed
-// or the bus went away. `connectedTo` is the address of the last connection made.
-QDBusConnection accessibilityBus(const QString& address, QString& connectedTo) {
+// or the bus went away.
+QDBusConnection accessibilityBus(const QString& address, BusMemory& memory) {
   {
     QDBusConnection existing(kConnectionName);
-    if (existing.isConnected() && connectedTo == address) return existing;
+    if (existing.isConnected() && memory.address == address) return existing;
   }
   QDBusConnection::disconnectFromBus(kConnectionName);
-  connectedTo = address;
+  memory = BusMemory{address, {}};
   return QDBusConnection::connectToBus(address, kConnectionName);
 }
 
@@ -59,13 +67,13 @@ std::optional<AtspiReference> activeFrame(AtspiCalls& calls, const AtspiReferenc
   return frames[*index];
 }
 
-BrowserTabAnswer readTab(int processId, SteadyClock::time_point deadline, QString& connectedTo) {
+BrowserTabAnswer readTab(int processId, SteadyClock::time_point deadline, BusMemory& memory) {
   const std::optional<QString> address = accessibilityBusAddress(millisecondsLeft(deadline));
   if (!address) {
     if (millisecondsLeft(deadline) <= 0) return BrowserProbeError::timeout();
     return BrowserProbeError::scriptFailure("no accessibility bus");
   }
-  QDBusConnection bus = accessibilityBus(*address, connectedTo);
+  QDBusConnection bus = accessibilityBus(*address, memory);
   if (!bus.isConnected()) return BrowserProbeError::scriptFailure("no accessibility bus");
   AtspiCalls calls(bus, deadline);
 
@@ -73,7 +81,13 @@ BrowserTabAnswer readTab(int processId, SteadyClock::time_point deadline, QStrin
   for (AtspiReference& candidate :
        calls.children({QStringLiteral("org.a11y.atspi.Registry"),
                        QStringLiteral("/org/a11y/atspi/accessible/root")})) {
-    const std::optional<std::uint32_t> owner = calls.processId(candidate.service);
+    auto known = memory.owners.find(candidate.service);
+    std::optional<std::uint32_t> owner;
+    if (known != memory.owners.end()) {
+      owner = known->second;
+    } else if ((owner = calls.processId(candidate.service))) {
+      memory.owners.emplace(candidate.service, *owner);
+    }
     if (owner && static_cast<int>(*owner) == processId) {
       application = std::move(candidate);
       break;
@@ -107,8 +121,8 @@ void exposeAccessibleTrees() {
 AtspiTabReader::AtspiTabReader(Scheduler& scheduler)
     : AtspiTabReader(
           scheduler,
-          [connectedTo = QString()](int processId, SteadyClock::time_point deadline) mutable {
-            return readTab(processId, deadline, connectedTo);
+          [memory = BusMemory()](int processId, SteadyClock::time_point deadline) mutable {
+            return readTab(processId, deadline, memory);
           },
           exposeAccessibleTrees) {}
 
