@@ -5,6 +5,7 @@
 #include "base/paths.h"
 #include "base/strings.h"
 #include "categories/category_seed_location.h"
+#include "surfaces/settings_keys.h"
 
 namespace velto {
 
@@ -84,6 +85,13 @@ ServiceSet::ServiceSet(Desktop desktop, ServicePaths paths, Calendar calendar)
     }
     dayOrClockChanged();
   };
+  engine_->onWake = [this] { wokeUp(); };
+  if (desktop.browsers != nullptr) {
+    desktop.browsers->setEnabled(settings_.accessibilityRequested());
+    tabReadingChanged_ = notices_.subscribe(keys::kAccessibilityRequested, [this] {
+      desktop_.browsers->setEnabled(settings_.accessibilityRequested());
+    });
+  }
 }
 
 ServiceSet::~ServiceSet() = default;
@@ -164,8 +172,18 @@ WidgetSnapshot ServiceSet::widgetSnapshot() {
 }
 
 void ServiceSet::armMidnight() {
-  midnight_ = desktop_.scheduler.at(calendar_.nextMidnight(desktop_.clock.now()), 5,
-                                    [this] { dayOrClockChanged(); });
+  midnightDue_ = calendar_.nextMidnight(desktop_.clock.now());
+  midnight_ = desktop_.scheduler.at(midnightDue_, 5, [this] { dayOrClockChanged(); });
+}
+
+void ServiceSet::wokeUp() {
+  // Timers count only time awake: a midnight passed asleep is the day change now, and the next
+  // one is planned again from the wall clock.
+  if (desktop_.clock.now() >= midnightDue_) {
+    dayOrClockChanged();
+  } else {
+    armMidnight();
+  }
 }
 
 void ServiceSet::dayOrClockChanged() {

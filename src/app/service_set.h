@@ -3,7 +3,9 @@
 // categories with the user's rules, the limits, exclusions and the context resolver, the
 // tracking engine (started once the store is open), the weekly digest, the daily summary, the
 // limit monitor, the notification router and the widget snapshot writer. Purges again and
-// announces a new day when the day, the zone or the clock changes, and stops in order on quit.
+// announces a new day when the day, the zone or the clock changes (a midnight slept through is
+// caught on wake), and stops in order on quit. The browser tab reader follows the user's
+// accessibility opt-in ("velto.accessibilityRequested").
 //
 // The desktop (real or scripted) and the time base are handed in, so the same wiring runs the
 // recorder on a real session, in tests and in velto-replay.
@@ -100,6 +102,7 @@ class ServiceSet {
   class RecordingSink;
   void armMidnight();
   void dayOrClockChanged();
+  void wokeUp();
   void reloadRules();
 
   Desktop desktop_;
@@ -131,6 +134,8 @@ class ServiceSet {
   NotificationRouter router_;
   std::unique_ptr<WidgetSnapshotWriter> widgets_;
   Timer midnight_;
+  Instant midnightDue_{};  // the midnight midnight_ waits for
+  Subscription tabReadingChanged_;
 };
 
 }  // namespace velto

@@ -47,6 +47,12 @@ class BrowserTabReader {
   virtual ~BrowserTabReader() = default;
   virtual void readActiveTab(const BrowserCatalog::Entry& browser, int processId,
                              std::function<void(BrowserTabAnswer)> done) = 0;
+
+  // Whether tabs are read at all. Readers that need the user's consent (the accessibility
+  // interface) start off; while off, browsers are recorded by their window titles.
+  virtual bool isEnabled() const { return true; }
+  // The user's choice, applied at start-up and whenever it changes.
+  virtual void setEnabled(bool /*enabled*/) {}
 };
 
 // True when a window title says the window is private: it contains, lower-cased, one of the

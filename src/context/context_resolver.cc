@@ -43,7 +43,7 @@ void ContextResolver::resolve(const FrontApp& app, std::optional<std::string> wi
   if (const BrowserCatalog::Entry* browser = BrowserCatalog::entry(app.bundleId)) {
     const ExclusionList& list = exclusions_.list();
     const bool needed = capture || !list.hosts.empty() || list.skipPrivateWindows;
-    if (!needed || browsers_ == nullptr || !app.processId) {
+    if (!needed || browsers_ == nullptr || !browsers_->isEnabled() || !app.processId) {
       return finishBrowser(std::move(context), nullptr, capture, done);
     }
     std::weak_ptr<bool> alive = alive_;

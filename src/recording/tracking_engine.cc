@@ -67,6 +67,7 @@ void TrackingEngine::start() {
       pendingRefresh_.cancel();
       enrich();
     }
+    if (cause == SuspensionCause::sleep && onWake) onWake();
   };
   lifecycle_.onClockChange = [this](Instant at) {
     if (onClockChange) onClockChange();  // the calendar follows a zone change first

@@ -78,6 +78,8 @@ class TrackingEngine {
   std::function<void()> onStateChange;
   // The system clock or time zone changed; called before the recorder handles it.
   std::function<void()> onClockChange;
+  // The computer woke from sleep; called after recording resumed.
+  std::function<void()> onWake;
   // Every finished away stretch and whether it was offered (for velto-replay and logs).
   std::function<void(const AwayGap&, bool offered)> onGapDecided;
 

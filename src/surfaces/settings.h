@@ -133,7 +133,9 @@ class Settings {
   void setLaunchAtLogin(bool enabled);
   bool onboardingCompleted() const;  // default false: onboarding is shown
   void setOnboardingCompleted(bool completed);
-  bool accessibilityRequested() const;  // default false
+  // Default false. The user's consent to the accessibility interface: on Linux it turns on
+  // reading browser tabs over AT-SPI (off: browsers are recorded by their window titles).
+  bool accessibilityRequested() const;
   void setAccessibilityRequested(bool requested);
 
   // --- JSON documents ---

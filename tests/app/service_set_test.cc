@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <string>
+
 #include "base/manual_scheduler.h"
+#include "base/notices.h"
 #include "recording/scripted_sources.h"
 #include "test_support/log_capture.h"
 #include "test_support/temp_dir.h"
@@ -15,9 +19,9 @@ using testing::at;
 
 class ServiceSetTest : public ::testing::Test {
  protected:
-  void make() {
+  void make(BrowserTabReader* browsers = nullptr) {
     services = std::make_unique<ServiceSet>(
-        Desktop{front, titles, idle, power, session, nullptr, nullptr, scheduler, scheduler},
+        Desktop{front, titles, idle, power, session, browsers, nullptr, scheduler, scheduler},
         ServicePaths{dir / "settings.json", dir / "data", dir / "shared"},
         *Calendar::named("Europe/Berlin"));
   }
@@ -81,6 +85,93 @@ TEST_F(ServiceSetTest, RulesReachTheResolverAndDeletedCategoriesTakeTheirRules) 
   EXPECT_TRUE(services->store().categoryRules()->empty());
   EXPECT_EQ(services->categoryResolver()->category("com.example.tool", std::nullopt, std::nullopt),
             "other");
+}
+
+// Sets an environment variable for one test and puts back what was there.
+class ScopedEnv {
+ public:
+  ScopedEnv(const char* name, const char* value) : name_(name) {
+    if (const char* old = std::getenv(name)) old_ = old;
+    ::setenv(name, value, 1);
+  }
+  ~ScopedEnv() {
+    if (old_) {
+      ::setenv(name_, old_->c_str(), 1);
+    } else {
+      ::unsetenv(name_);
+    }
+  }
+
+ private:
+  const char* name_;
+  std::optional<std::string> old_;
+};
+
+class DayChangeTest : public ServiceSetTest {
+ protected:
+  // Starts at 23:58 in Berlin, two minutes before midnight (23:00 UTC); the tests stay within
+  // minutes of it, since every virtual second drives the engine's timers.
+  void SetUp() override {
+    scheduler.jumpClockTo(at("2026-11-21T22:58:00Z"));
+    make();
+    dayChanges = services->notices().subscribe(notices::kDayDidChange, [this] { ++count; });
+    services->start();
+  }
+  void TearDown() override { services->quit(); }
+
+  // The calendar keeps Berlin through clock changes (it follows the session only without TZ).
+  ScopedEnv zone{"TZ", "Europe/Berlin"};
+  Subscription dayChanges;
+  int count = 0;
+};
+
+TEST_F(DayChangeTest, AMidnightSleptThroughIsTheDayChangeOnWake) {
+  session.send(SessionSignal::willSleep);
+  // No timer runs while the computer sleeps.
+  scheduler.jumpClockTo(at("2026-11-21T23:01:00Z"));
+  session.send(SessionSignal::didWake);
+  EXPECT_EQ(count, 1) << "announced on wake";
+  scheduler.advanceBy(30);
+  EXPECT_EQ(count, 1) << "the stale timer was replaced";
+}
+
+TEST_F(DayChangeTest, AWakeBeforeMidnightKeepsTheDay) {
+  session.send(SessionSignal::willSleep);
+  scheduler.jumpClockTo(at("2026-11-21T22:59:00Z"));
+  session.send(SessionSignal::didWake);
+  EXPECT_EQ(count, 0);
+  scheduler.advanceTo(at("2026-11-21T22:59:59Z"));
+  EXPECT_EQ(count, 0);
+  scheduler.advanceTo(at("2026-11-21T23:00:05Z"));
+  EXPECT_EQ(count, 1);
+}
+
+TEST_F(DayChangeTest, AClockSetBackPlansTheEarlierMidnight) {
+  scheduler.jumpClockTo(at("2026-11-20T22:58:00Z"));
+  session.send(SessionSignal::clockChanged);
+  EXPECT_EQ(count, 1);
+  // Midnight of the 20th in Berlin; the timer planned for the 21st would not fire for a day.
+  scheduler.advanceTo(at("2026-11-20T23:00:05Z"));
+  EXPECT_EQ(count, 2);
+}
+
+class SwitchableTabReader final : public BrowserTabReader {
+ public:
+  void readActiveTab(const BrowserCatalog::Entry&, int,
+                     std::function<void(BrowserTabAnswer)>) override {}
+  bool isEnabled() const override { return enabled; }
+  void setEnabled(bool value) override { enabled = value; }
+  bool enabled = true;
+};
+
+TEST_F(ServiceSetTest, TabReadingFollowsTheAccessibilityOptIn) {
+  SwitchableTabReader reader;
+  make(&reader);
+  EXPECT_FALSE(reader.enabled) << "off until the user opts in";
+  services->settings().setAccessibilityRequested(true);
+  EXPECT_TRUE(reader.enabled);
+  services->settings().setAccessibilityRequested(false);
+  EXPECT_FALSE(reader.enabled);
 }
 
 }  // namespace

@@ -119,6 +119,7 @@ class FakeBrowserReader : public BrowserTabReader {
                      std::function<void(BrowserTabAnswer)> done) override {
     requests.push_back({std::string(browser.bundleIdentifier), processId, std::move(done)});
   }
+  bool isEnabled() const override { return enabled; }
   void answer(BrowserTabAnswer answer) {
     ASSERT_FALSE(requests.empty());
     Request request = std::move(requests.front());
@@ -126,6 +127,7 @@ class FakeBrowserReader : public BrowserTabReader {
     request.done(std::move(answer));
   }
   std::vector<Request> requests;
+  bool enabled = true;
 };
 
 class OneTerminalTable : public ProcessTable {
@@ -291,6 +293,21 @@ TEST_F(ContextResolverTest, DetailCaptureOffRecordsTheAppOnly) {
   EXPECT_EQ(resolveNow(firefox_, std::nullopt), std::nullopt);
   browsers_.answer(BrowserTab{"Other", "https://other.io/", false});
   EXPECT_EQ(answers_.at(0)->context, context("firefox", "Firefox"));
+}
+
+TEST_F(ContextResolverTest, TabReadingOffRecordsBrowsersByTitle) {
+  browsers_.enabled = false;
+  exclusions_.addHost("example.com");
+  auto browser = resolveNow(firefox_, "Pulls · GitHub — Mozilla Firefox");
+  ASSERT_TRUE(browser && *browser) << "answered at once";
+  EXPECT_EQ((*browser)->context, context("firefox", "Firefox", "Pulls · GitHub — Mozilla Firefox"));
+  EXPECT_TRUE(browsers_.requests.empty());
+
+  // Private windows are still caught by their titles.
+  exclusions_.setSkipPrivateWindows(true);
+  EXPECT_EQ(resolveNow(firefox_, "Inbox — Mozilla Firefox Private Browsing"),
+            ContextResolver::Resolution::excluded());
+  EXPECT_TRUE(browsers_.requests.empty());
 }
 
 TEST_F(ContextResolverTest, NoAnswerAfterTheResolverIsGone) {

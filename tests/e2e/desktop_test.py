@@ -146,8 +146,9 @@ class Session:
 
     # --- X11 -------------------------------------------------------------------------------
 
-    def window(self, name, window_class, title):
-        self.spawn(["xterm", "-name", name, "-class", window_class, "-T", title,
+    def window(self, name, window_class, title, launcher=()):
+        """An xterm window; `launcher` is a command that execs the xterm command after it."""
+        self.spawn([*launcher, "xterm", "-name", name, "-class", window_class, "-T", title,
                     "-e", "sleep", "100000"])
         found = []
 
@@ -190,11 +191,10 @@ class Session:
         except FileNotFoundError:
             return ""
 
-    def segments(self):
+    def segments(self, columns="bundle_id, app_name, window_title, end_reason, seconds"):
         path = os.path.join(self.env["XDG_DATA_HOME"], "Velto", "Velto.sqlite")
         with sqlite3.connect(f"file:{path}?mode=ro", uri=True) as db:
-            return db.execute("SELECT bundle_id, app_name, window_title, end_reason, seconds "
-                              "FROM segment ORDER BY started_us").fetchall()
+            return db.execute(f"SELECT {columns} FROM segment ORDER BY started_us").fetchall()
 
     def check(self, condition, what, detail=""):
         print(("ok    " if condition else "FAIL  ") + what, flush=True)
@@ -324,6 +324,41 @@ def scenario(s):
             s.read("record-2.log"), "SIGTERM stops cleanly with \"appQuit\"", rows[-1:])
 
 
+def browser_tab_run(s):
+    """With the accessibility opt-in, a browser's tab is read over a fake AT-SPI bus."""
+    config = os.path.join(s.env["XDG_CONFIG_HOME"], "Velto")
+    os.makedirs(config, mode=0o700, exist_ok=True)
+    with open(os.path.join(config, "settings.json"), "w") as f:
+        json.dump({"velto.idleThresholdSeconds": 10, "velto.accessibilityRequested": True}, f)
+    a11y = s.start_bus("accessibility")
+    fake = os.path.join(os.path.dirname(os.path.abspath(__file__)), "fake_accessibility.py")
+    title = "Example Page \u2014 Mozilla Firefox"
+    browser = s.window("fakefox", "firefox", title,
+                       launcher=("/usr/bin/python3", fake, a11y, "https://example.org/page",
+                                 title, "--"))
+    other = s.window("gamma", "Gamma", "gamma")
+    s.activate(other)
+
+    status = s.velto("status").stdout
+    s.check("browser tabs: AT-SPI on" in status, "velto status shows tab reading on", status)
+    recorder = s.start_recorder("record-3.log")
+    enabled = s.dbus_send("session", "--dest=org.a11y.Bus", "/org/a11y/bus",
+                          "org.freedesktop.DBus.Properties.Get", "string:org.a11y.Status",
+                          "string:IsEnabled", check=False).stdout
+    s.check("boolean true" in enabled, "the opt-in turns org.a11y.Status IsEnabled on", enabled)
+    s.activate(browser)
+    s.pause(STEP)
+    s.activate(other)
+    s.pause(STEP)
+    recorder.send_signal(signal.SIGTERM)
+    recorder.wait(timeout=10)
+    # The id is "firefox" or a system desktop file's whose StartupWMClass is firefox.
+    rows = s.segments("bundle_id, window_title, host, end_reason")
+    s.check(any(r[0].startswith("firefox") and r[1:] == (title, "example.org", "focusChange")
+                for r in rows),
+            "the active frame's DocURL gives the browser segment its host", rows[-4:])
+
+
 def no_display_run(s):
     """Without a display or buses, the recorder names what is missing and keeps running."""
     env = dict(s.env)
@@ -364,6 +399,7 @@ def main():
         s.start()
         no_display_run(s)
         scenario(s)
+        browser_tab_run(s)
     except Failed as error:
         s.check(False, str(error))
     finally:

@@ -16,6 +16,7 @@
 #include "base/strings.h"
 #include "cli/command.h"
 #include "cli/commands/recorder_presence.h"
+#include "platform/linux/atspi_tab_reader.h"
 #include "platform/linux/linux_desktop.h"
 #include "platform/linux/notification_center.h"
 
@@ -89,6 +90,10 @@ int record(const Invocation& invocation) {
   Desktop session = desktop.desktop();
   session.notifications = &notifications;
   ServiceSet services(session, paths, Calendar::current());
+  if (services.settings().accessibilityRequested() &&
+      !platform::AtspiTabReader::hasAccessibilityBus()) {
+    say(i18n::text(invocation.language, "record.missing.accessibilityBus"));
+  }
   notifications.setRouter(&services.router());
   services.engine().onGapDecided = [](const AwayGap& gap, bool offered) {
     log::info("Away for %{public}s s, offered to the user: %{bool,public}d",

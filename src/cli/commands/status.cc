@@ -10,6 +10,7 @@
 #include "base/strings.h"
 #include "cli/command.h"
 #include "cli/commands/recorder_presence.h"
+#include "platform/linux/atspi_tab_reader.h"
 #include "platform/linux/linux_desktop.h"
 #include "surfaces/settings.h"
 
@@ -50,6 +51,11 @@ int status(const Invocation& invocation) {
   auto has = [&](platform::MissingSource source) {
     return std::find(missing.begin(), missing.end(), source) == missing.end();
   };
+  // Tabs are read only with the user's opt-in, and only where the session has an
+  // accessibility bus; otherwise browsers are recorded by title.
+  const bool tabsOptedIn = settings.accessibilityRequested();
+  const bool tabsReadable = tabsOptedIn && platform::AtspiTabReader::hasAccessibilityBus();
+  const char* tabsState = !tabsOptedIn ? "off" : tabsReadable ? "atspi" : "missing";
 
   if (json) {
     nlohmann::json document;
@@ -61,6 +67,7 @@ int status(const Invocation& invocation) {
       sources.push_back(platform::missingSourceKey(source));
     }
     document["missingSources"] = sources;
+    document["browserTabs"] = tabsState;
     out(document.dump(2));
     return 0;
   }
@@ -90,7 +97,9 @@ int status(const Invocation& invocation) {
   out("  " + i18n::text(language, "status.source.screenSaver %@",
                         has(MissingSource::sessionBus) ? std::string("D-Bus") : missingText));
   out("  " + i18n::text(language, "status.source.browser %@",
-                        i18n::text(language, "status.value.atspiOff")));
+                        !tabsOptedIn   ? i18n::text(language, "status.value.atspiOff")
+                        : tabsReadable ? i18n::text(language, "status.value.atspiOn")
+                                       : missingText));
   return 0;
 }
 

@@ -25,10 +25,11 @@ LinuxDesktop::LinuxDesktop()
       x11_(scheduler_, [this](SessionSignal signal) { hub_.deliver(signal); }),
       dbus_([this](SessionSignal signal) { hub_.deliver(signal); }),
       clockWatch_([this](SessionSignal signal) { hub_.deliver(signal); }),
-      power_([this] { return x11_.clientApplications(); }) {}
+      power_([this] { return x11_.clientApplications(); }),
+      tabs_(scheduler_) {}
 
 Desktop LinuxDesktop::desktop() {
-  return Desktop{x11_, x11_, x11_, power_, hub_, nullptr, &processes_, clock_, scheduler_};
+  return Desktop{x11_, x11_, x11_, power_, hub_, &tabs_, &processes_, clock_, scheduler_};
 }
 
 std::vector<MissingSource> LinuxDesktop::missingSources() const {

@@ -1,5 +1,6 @@
 // The real desktop of an X11 session on Linux, assembled for the service set: the X11 session,
-// logind and screen-saver signals, the clock watch, idle inhibitors and /proc.
+// logind and screen-saver signals, the clock watch, idle inhibitors, /proc and the AT-SPI
+// browser tab reader (off until the service set applies the user's opt-in).
 //
 // Every source that cannot work here (no display, no session bus, no logind) is listed by
 // missingSources() and otherwise answers "nothing", so recording goes on with what works.
@@ -13,6 +14,7 @@
 #include "app/service_set.h"
 #include "base/clock.h"
 #include "context/proc_process_table.h"
+#include "platform/linux/atspi_tab_reader.h"
 #include "platform/linux/clock_watch.h"
 #include "platform/linux/dbus_session_watch.h"
 #include "platform/linux/inhibitor_assertions.h"
@@ -34,8 +36,7 @@ class LinuxDesktop {
   LinuxDesktop(const LinuxDesktop&) = delete;
   LinuxDesktop& operator=(const LinuxDesktop&) = delete;
 
-  // References into this object; valid while it lives. No browser tab reader: browsers are
-  // recorded by their titles.
+  // References into this object; valid while it lives.
   Desktop desktop();
   std::vector<MissingSource> missingSources() const;
 
@@ -51,6 +52,7 @@ class LinuxDesktop {
   ClockWatch clockWatch_;
   InhibitorAssertions power_;
   ProcProcessTable processes_;
+  AtspiTabReader tabs_;
 };
 
 }  // namespace velto::platform
