@@ -67,7 +67,9 @@ TEST_F(ReportEditsTest, GivingABrowserStretchToTheEditorClearsItsSite) {
   ASSERT_EQ(questions.size(), 1u);
   EXPECT_EQ(questions[0].title, "Give 30m of Firefox to Code?");
   EXPECT_EQ(rowsOf("code"), 3);
-  for (const Segment& row : *store().store().fetchDay("2026-11-21")) {
+  Result<std::vector<Segment>> rows = store().store().fetchDay("2026-11-21");
+  ASSERT_TRUE(rows.ok());
+  for (const Segment& row : *rows) {
     if (row.bundleId != "code") continue;
     EXPECT_FALSE(row.host.has_value());
   }

@@ -166,7 +166,13 @@ TEST_F(ReportModelsTest, TheSummaryCardFollowsItsSetting) {
   EXPECT_EQ(requests, 0);
   store().settings().setAiSummaryEnabled(true);
   EXPECT_TRUE(window->overview().summaryVisible());
-  EXPECT_GE(requests, 1);
+  EXPECT_EQ(window->overview().summaryText(), "A calm morning.");
+  EXPECT_EQ(requests, 1);
+  // The live minute does not ask again; another period does.
+  scripted.scheduler.advanceBy(60);
+  EXPECT_EQ(requests, 1);
+  window->showPeriod(PeriodKind::week, store().clock().now());
+  EXPECT_EQ(requests, 2);
   store().settings().setAiSummaryEnabled(false);
   EXPECT_FALSE(window->overview().summaryVisible());
 }

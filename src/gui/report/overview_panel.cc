@@ -102,6 +102,10 @@ QString OverviewPanel::focusMixText() const {
   return focusMix_->text();
 }
 
+QString OverviewPanel::summaryText() const {
+  return summary_->text();
+}
+
 bool OverviewPanel::summaryVisible() const {
   return !summaryCard_->isHidden();
 }

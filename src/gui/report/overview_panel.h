@@ -35,6 +35,7 @@ class OverviewPanel : public QWidget {
   QString comparisonText() const;
   QString focusMixText() const;
   bool summaryVisible() const;
+  QString summaryText() const;
   const FocusSplitBar& focusBar() const { return *focusBar_; }
   const BarsView& bars() const { return *bars_; }
 

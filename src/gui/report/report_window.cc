@@ -12,6 +12,7 @@
 #include <QTabWidget>
 #include <QTreeView>
 #include <QVBoxLayout>
+#include <cmath>
 #include <nlohmann/json.hpp>
 
 #include "app/service_set.h"
@@ -173,6 +174,7 @@ ReportWindow::Tab ReportWindow::currentTab() const {
 
 void ReportWindow::setSummaryWriter(SummaryWriter writer) {
   summaryWriter_ = std::move(writer);
+  summarized_.reset();
   updateSummaryCard();
 }
 
@@ -228,12 +230,23 @@ void ReportWindow::refresh() {
 void ReportWindow::updateSummaryCard() {
   const bool on = services_.settings().aiSummaryEnabled();
   overview_->setSummaryVisible(on);
+  const UsageFigures& f = report_->figures();
+  if (!on || !summaryWriter_ || f.totalSeconds <= 0) {
+    summarized_.reset();
+    overview_->setSummaryText({});
+    return;
+  }
+  // A new summary for another period, or once the total has moved by a quarter of an hour; not
+  // on every live minute.
+  const SummaryKey key{f.period.interval.start, f.period.interval.end,
+                       std::llround(f.totalSeconds / 900)};
+  if (summarized_ == key) return;
+  summarized_ = key;
   overview_->setSummaryText({});
-  if (!on || !summaryWriter_ || report_->figures().totalSeconds <= 0) return;
   // Only the answer to the newest request is shown.
   const std::uint64_t request = ++summaryRequest_;
   QPointer<ReportWindow> self(this);
-  summaryWriter_(report_->figures(), [self, request](std::string text) {
+  summaryWriter_(f, [self, request](std::string text) {
     if (!self || request != self->summaryRequest_) return;
     self->overview_->setSummaryText(qs(text));
   });
@@ -312,6 +325,7 @@ void ReportWindow::showRowMenu(QTreeView* view, CategoryRule::Subject subject, Q
   const QModelIndex index = view->indexAt(at);
   const auto* model = static_cast<UsageRowsModel*>(view->model());
   const UsageRow* row = model->row(index);
+  // Applications (in the apps list or under their category) and sites can be filed.
   if (!row || (row->kind != UsageRow::Kind::app && row->kind != UsageRow::Kind::site)) return;
   QMenu menu(this);
   QMenu* file = menu.addMenu(uiText(language_, "main.fileUnder %@", row->name));

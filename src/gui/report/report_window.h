@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <cstdint>
 #include <optional>
 
 #include "base/notice_bus.h"
@@ -111,6 +112,14 @@ class ReportWindow : public QWidget {
   SummaryWriter summaryWriter_;
   Subscription summarySetting_;
   std::uint64_t summaryRequest_ = 0;
+  // What the last summary was asked for: the period and its total in quarter hours.
+  struct SummaryKey {
+    Instant start;
+    Instant end;
+    long long quarterHours = 0;
+    bool operator==(const SummaryKey&) const = default;
+  };
+  std::optional<SummaryKey> summarized_;
 
   UsageRowsModel* apps_;
   UsageRowsModel* categories_;
