@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "gui/report/export_dialog.h"
 #include "gui/report/export_job.h"
 #include "gui/report/timeline_strip.h"
 #include "gui/report/usage_rows_model.h"
@@ -137,6 +138,29 @@ TEST_F(ReportExportTest, WritesTheShownDayAndLeavesNoPartialFileOnFailure) {
   EXPECT_EQ(store().calendar().dayKey(last30->start), "2026-10-23");
   EXPECT_FALSE(
       exportInterval(ExportRange::everything, shown, store().calendar(), store().clock().now()));
+}
+
+TEST_F(ReportExportTest, TheSheetAsksForAnotherFolderAfterAFailedWrite) {
+  ExportDialog dialog(store(), window->report().figures().period.interval, "Today");
+  dialog.setChoices({ExportRange::everything, ExportDetail::dailyApps, ExportFormat::json});
+  EXPECT_EQ(dialog.choices().detail, ExportDetail::dailyApps);
+  QStringList failures;
+  dialog.showFailure = [&](const QString& message) { failures << message; };
+  QStringList suggestions;
+  const QString good = QString::fromStdString((scripted.dir.path() / "apps.json").string());
+  const QString bad = QString::fromStdString((scripted.dir.path() / "no" / "apps.json").string());
+  EXPECT_TRUE(dialog.run([&](const QString& suggested) {
+    suggestions << suggested;
+    return suggestions.size() == 1 ? bad : good;
+  }));
+  ASSERT_EQ(suggestions.size(), 2);
+  EXPECT_TRUE(suggestions[0].endsWith("velto-dailyApps-2026-11-21.json"));
+  EXPECT_EQ(suggestions[1], bad);
+  EXPECT_EQ(failures, QStringList{"The file could not be written. Try another folder."});
+  EXPECT_TRUE(std::filesystem::exists(good.toStdString()));
+
+  // Cancelling the save dialog writes nothing.
+  EXPECT_FALSE(dialog.run([](const QString&) { return QString(); }));
 }
 
 }  // namespace

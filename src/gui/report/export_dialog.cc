@@ -51,6 +51,9 @@ ExportDialog::ExportDialog(ServiceSet& services, DateInterval shown, const QStri
   connect(buttons, &QDialogButtonBox::rejected, this, &ExportDialog::reject);
   connect(detail_, &QComboBox::currentIndexChanged, this, &ExportDialog::updateDetailText);
   updateDetailText();
+  showFailure = [this](const QString& message) {
+    QMessageBox::warning(this, uiText(language_, "export.title"), message);
+  };
 }
 
 void ExportDialog::updateDetailText() {
@@ -88,8 +91,7 @@ bool ExportDialog::run(const std::function<QString(const QString& suggested)>& p
     progress.setValue(100);
     if (written) return true;
     log::error("Export failed: %{public}s", written.error());
-    QMessageBox::warning(this, uiText(language_, "export.title"),
-                         uiText(language_, "export.writeFailed"));
+    showFailure(uiText(language_, "export.writeFailed"));
     suggested = path;
   }
 }

@@ -30,6 +30,8 @@ class ExportDialog : public QDialog {
   // Asks where to save (`pickFile` returns an empty path for Cancel) and writes the file,
   // asking again after a failure. True once a file is written.
   bool run(const std::function<QString(const QString& suggested)>& pickFile);
+  // How a failed write is told; a warning box unless replaced.
+  std::function<void(const QString& message)> showFailure;
 
   void accept() override;
 

@@ -41,6 +41,8 @@ OverviewPanel::OverviewPanel(std::string language, BucketsModel& buckets, QWidge
   layout->addWidget(focusTitle);
   focusBar_ = new FocusSplitBar(language_, this);
   layout->addWidget(focusBar_);
+  focusLegend_ = sentence(this);
+  layout->addWidget(focusLegend_);
   focusMix_ = sentence(this);
   layout->addWidget(focusMix_);
   offComputer_ = sentence(this);
@@ -51,7 +53,9 @@ OverviewPanel::OverviewPanel(std::string language, BucketsModel& buckets, QWidge
   layout->addSpacing(8);
   bars_ = new BarsView(buckets, this);
   bars_->setAccessibleName(uiText(language_, "main.bars.accessibleName"));
-  layout->addWidget(bars_, 1);
+  bars_->setMinimumHeight(120);
+  bars_->setMaximumHeight(240);
+  layout->addWidget(bars_);
 
   summaryCard_ = new QFrame(this);
   summaryCard_->setFrameShape(QFrame::StyledPanel);
@@ -72,6 +76,7 @@ void OverviewPanel::setFigures(const UsageFigures& f) {
   total_->setText(durationText(language_, f.totalSeconds));
   comparison_->setText(qs(comparisonSentence(f, language_)));
   focusBar_->setSplit(f.focusSplit);
+  focusLegend_->setText(focusBar_->describe());
   focusMix_->setText(f.focusMixText ? qs(*f.focusMixText) : QString());
   focusMix_->setVisible(f.focusMixText.has_value());
   offComputer_->setText(f.offMacSeconds > 0 ? uiText(language_, "main.overview.offComputer %@",

@@ -44,6 +44,7 @@ class OverviewPanel : public QWidget {
   QLabel* total_;
   QLabel* comparison_;
   FocusSplitBar* focusBar_;
+  QLabel* focusLegend_;  // the bar's description, in words for everyone
   QLabel* focusMix_;
   QLabel* offComputer_;
   QLabel* shape_;

@@ -9,6 +9,8 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QScrollBar>
+#include <QSet>
 #include <QTabWidget>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -49,6 +51,27 @@ QTreeView* rowsView(UsageRowsModel& model, const QString& name, QWidget* parent)
   view->header()->setSectionResizeMode(UsageRowsModel::nameColumn, QHeaderView::Stretch);
   view->header()->setStretchLastSection(false);
   return view;
+}
+
+// Runs `reset` on the view's model and opens the same rows again and scrolls back, so that the
+// live refresh every minute does not fold the list the user is reading.
+void keepingPlace(QTreeView* view, const std::function<void()>& reset) {
+  QAbstractItemModel* model = view->model();
+  QSet<QString> open;
+  for (int row = 0; row < model->rowCount(); ++row) {
+    const QModelIndex index = model->index(row, 0);
+    if (view->isExpanded(index)) open.insert(index.data(UsageRowsModel::KeyRole).toString());
+  }
+  const QString current = view->currentIndex().data(UsageRowsModel::KeyRole).toString();
+  const int scrolled = view->verticalScrollBar()->value();
+  reset();
+  for (int row = 0; row < model->rowCount(); ++row) {
+    const QModelIndex index = model->index(row, 0);
+    const QString key = index.data(UsageRowsModel::KeyRole).toString();
+    if (open.contains(key)) view->expand(index);
+    if (!current.isEmpty() && key == current) view->setCurrentIndex(index);
+  }
+  view->verticalScrollBar()->setValue(scrolled);
 }
 
 }  // namespace
@@ -137,8 +160,8 @@ ReportWindow::ReportWindow(ServiceSet& services, QWidget* parent)
           [this](QPoint at) { showRowMenu(appsView_, CategoryRule::Subject::app, at); });
   connect(sitesView_, &QTreeView::customContextMenuRequested, this,
           [this](QPoint at) { showRowMenu(sitesView_, CategoryRule::Subject::host, at); });
-  summarySetting_ = services_.notices().subscribe(keys::kAiSummaryEnabled,
-                                                  [this] { updateSummaryCard(); });
+  summarySetting_ =
+      services_.notices().subscribe(keys::kAiSummaryEnabled, [this] { updateSummaryCard(); });
 
   report_->onChange = [this] { refresh(); };
   restoreState();
@@ -219,9 +242,9 @@ void ReportWindow::refresh() {
   timelineNote_->setText(day ? uiText(language_, "main.timeline.hint")
                              : uiText(language_, "main.timeline.dayOnly"));
 
-  apps_->setRows(appRows(*report_), f.totalSeconds);
-  categories_->setRows(categoryRows(f), f.totalSeconds);
-  sites_->setRows(siteRows(f), f.totalSeconds);
+  keepingPlace(appsView_, [&] { apps_->setRows(appRows(*report_), f.totalSeconds); });
+  keepingPlace(categoriesView_, [&] { categories_->setRows(categoryRows(f), f.totalSeconds); });
+  keepingPlace(sitesView_, [&] { sites_->setRows(siteRows(f), f.totalSeconds); });
   heatmap_->setGrid(f.weekdayHourly, services_.calendar().firstWeekday());
   trends_->setFigures(f);
   updateSummaryCard();

@@ -13,10 +13,10 @@
 #pragma once
 
 #include <QWidget>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <cstdint>
 #include <optional>
 
 #include "base/notice_bus.h"

@@ -99,7 +99,10 @@ void TimelineStrip::paintEvent(QPaintEvent*) {
   painter.fillRect(area, palette().color(QPalette::AlternateBase));
   for (size_t i = 0; i < blocks_.size(); ++i) {
     const QColor color = i < colors_.size() ? colors_[i] : palette().color(QPalette::Highlight);
-    painter.fillRect(blockRect(blocks_[i]), color);
+    QRect bar = blockRect(blocks_[i]);
+    // A hairline gap keeps neighbouring blocks of one category apart.
+    if (bar.width() > 3) bar.adjust(0, 0, -1, 0);
+    painter.fillRect(bar, color);
   }
   if (selected_ >= 0) {
     painter.setPen(QPen(palette().color(QPalette::Text), 2));
