@@ -57,6 +57,16 @@ TEST_F(ReportWidgetsTest, ThePickerMovesTheReportAndStopsAtToday) {
   EXPECT_TRUE(edits[0]->isHidden());
 }
 
+TEST_F(ReportWidgetsTest, TodayMovesOnAtMidnightAndThePickerFollows) {
+  scripted.scheduler.advanceTo(at("2026-11-21T23:30:00Z"));  // 00:30 on Sunday in Berlin
+  EXPECT_EQ(window->picker().label(), "Today");
+  EXPECT_EQ(store().calendar().dayKey(window->navigator().anchor()), "2026-11-22");
+  EXPECT_EQ(window->report().figures().totalSeconds, 0);
+  arrow(Qt::LeftArrow)->click();
+  EXPECT_EQ(window->picker().label(), "2026-11-21");
+  EXPECT_EQ(window->report().figures().totalSeconds, 6600);
+}
+
 TEST_F(ReportWidgetsTest, TheTimelineFindsBlocksByPositionAndKeyboard) {
   TimelineStrip strip(store().calendar(), "en");
   const std::vector<TimelineBlock> blocks = window->report().figures().blocks;

@@ -222,6 +222,13 @@ void ReportWindow::applyPeriod() {
 
 void ReportWindow::refresh() {
   const UsageFigures& f = report_->figures();
+  // At midnight the report moves "today" on by itself; the picker's steps start from there.
+  const bool range = navigator_.mode() == ReportPeriodNavigator::Mode::preset ||
+                     navigator_.mode() == ReportPeriodNavigator::Mode::custom;
+  if (!range && f.period.kind == navigator_.kind() &&
+      navigator_.period(services_.clock().now()).interval.start != f.period.interval.start) {
+    navigator_.show(f.period.kind, f.period.interval.start);
+  }
   picker_->refresh(qs(f.label));
   overview_->setFigures(f);
   buckets_->setBuckets(f.buckets, f.period.monthBuckets());
