@@ -79,6 +79,9 @@ class ServiceSet {
   std::function<void(const RecordedSegment&)> onRecorded;
 
   NoticeBus& notices() { return notices_; }
+  // The time base the services run on (the session's, or a test's virtual one).
+  const Clock& clock() const { return desktop_.clock; }
+  Scheduler& scheduler() { return desktop_.scheduler; }
   Calendar& calendar() { return calendar_; }
   Settings& settings() { return settings_; }
   SegmentStore& store() { return *store_; }

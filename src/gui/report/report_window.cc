@@ -1,18 +1,430 @@
 #include "gui/report/report_window.h"
 
+#include <QCloseEvent>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QInputDialog>
 #include <QLabel>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPointer>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QSet>
+#include <QTabWidget>
+#include <QTreeView>
 #include <QVBoxLayout>
+#include <cmath>
+#include <nlohmann/json.hpp>
 
 #include "app/service_set.h"
-#include "base/strings.h"
+#include "base/files.h"
+#include "base/log.h"
+#include "base/notices.h"
+#include "gui/report/buckets_model.h"
+#include "gui/report/category_filing.h"
+#include "gui/report/chart_views.h"
+#include "gui/report/export_dialog.h"
+#include "gui/report/heatmap_model.h"
+#include "gui/report/overview_panel.h"
+#include "gui/report/period_picker.h"
+#include "gui/report/report_rows.h"
+#include "gui/report/report_text.h"
+#include "gui/report/timeline_strip.h"
+#include "gui/report/trends_panel.h"
+#include "gui/report/usage_rows_model.h"
+#include "surfaces/settings_keys.h"
 
 namespace velto::gui {
 
+namespace {
+
+constexpr const char* kStateFileName = "report-window.json";
+
+QTreeView* rowsView(UsageRowsModel& model, const QString& name, QWidget* parent) {
+  auto* view = new QTreeView(parent);
+  view->setModel(&model);
+  view->setAccessibleName(name);
+  view->setUniformRowHeights(true);
+  view->setAlternatingRowColors(true);
+  view->setContextMenuPolicy(Qt::CustomContextMenu);
+  view->header()->setSectionResizeMode(UsageRowsModel::nameColumn, QHeaderView::Stretch);
+  view->header()->setStretchLastSection(false);
+  return view;
+}
+
+// Runs `reset` on the view's model and opens the same rows again and scrolls back, so that the
+// live refresh every minute does not fold the list the user is reading.
+void keepingPlace(QTreeView* view, const std::function<void()>& reset) {
+  QAbstractItemModel* model = view->model();
+  QSet<QString> open;
+  for (int row = 0; row < model->rowCount(); ++row) {
+    const QModelIndex index = model->index(row, 0);
+    if (view->isExpanded(index)) open.insert(index.data(UsageRowsModel::KeyRole).toString());
+  }
+  const QString current = view->currentIndex().data(UsageRowsModel::KeyRole).toString();
+  const int scrolled = view->verticalScrollBar()->value();
+  reset();
+  for (int row = 0; row < model->rowCount(); ++row) {
+    const QModelIndex index = model->index(row, 0);
+    const QString key = index.data(UsageRowsModel::KeyRole).toString();
+    if (open.contains(key)) view->expand(index);
+    if (!current.isEmpty() && key == current) view->setCurrentIndex(index);
+  }
+  view->verticalScrollBar()->setValue(scrolled);
+}
+
+}  // namespace
+
 ReportWindow::ReportWindow(ServiceSet& services, QWidget* parent)
-    : QWidget(parent), services_(services) {
-  setWindowTitle(QStringLiteral("Velto"));
+    : QWidget(parent),
+      services_(services),
+      language_(services.language()),
+      navigator_(services.calendar(), services.clock().now()) {
+  setWindowTitle(uiText(language_, "main.window.title"));
+  setMinimumSize(640, 480);
+
+  UsageReport::Services reportServices{services_.store(),
+                                       services_.calendar(),
+                                       services_.clock(),
+                                       services_.scheduler(),
+                                       services_.notices(),
+                                       [this] { return services_.categoryResolver(); },
+                                       CategoryDirectory::of(services_.categories(), language_),
+                                       [this]() -> std::optional<LiveSlice> {
+                                         const auto& open =
+                                             services_.engine().recorder().openSegment();
+                                         if (!open) return std::nullopt;
+                                         return LiveSlice{open->context, open->startedAt};
+                                       },
+                                       language_};
+  report_ = std::make_unique<UsageReport>(std::move(reportServices));
+  ask_ = [this](const EditQuestion& question) {
+    QMessageBox box(QMessageBox::Warning, qs(question.title), qs(question.title),
+                    QMessageBox::Cancel, this);
+    box.setInformativeText(qs(question.message));
+    QPushButton* confirm = box.addButton(qs(question.action), QMessageBox::DestructiveRole);
+    box.setDefaultButton(QMessageBox::Cancel);
+    box.exec();
+    return box.clickedButton() == confirm;
+  };
+  edits_ = std::make_unique<RecordEdits>(services_.store(), language_,
+                                         [this](const EditQuestion& q) { return ask_(q); });
+
+  apps_ = new UsageRowsModel(language_, this);
+  categories_ = new UsageRowsModel(language_, this);
+  sites_ = new UsageRowsModel(language_, this);
+  heatmap_ = new HeatmapModel(language_, this);
+  buckets_ = new BucketsModel(language_, this);
+
   auto* layout = new QVBoxLayout(this);
-  layout->addWidget(new QLabel(QStringLiteral("Velto"), this));
+  auto* top = new QHBoxLayout;
+  picker_ = new PeriodPicker(navigator_, services_.calendar(), services_.clock(), language_, this);
+  top->addWidget(picker_, 1);
+  auto* exportButton = new QPushButton(uiText(language_, "main.export"), this);
+  exportButton->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_E));
+  top->addWidget(exportButton);
+  layout->addLayout(top);
+
+  tabs_ = new QTabWidget(this);
+  overview_ = new OverviewPanel(language_, *buckets_, this);
+  tabs_->addTab(overview_, uiText(language_, "main.tab.overview"));
+
+  auto* timelinePage = new QWidget(this);
+  auto* timelineLayout = new QVBoxLayout(timelinePage);
+  timeline_ = new TimelineStrip(services_.calendar(), language_, timelinePage);
+  timelineNote_ = new QLabel(timelinePage);
+  timelineNote_->setWordWrap(true);
+  timelineLayout->addWidget(timeline_);
+  timelineLayout->addWidget(timelineNote_);
+  timelineLayout->addStretch();
+  tabs_->addTab(timelinePage, uiText(language_, "main.tab.timeline"));
+
+  appsView_ = rowsView(*apps_, uiText(language_, "main.tab.apps"), this);
+  tabs_->addTab(appsView_, uiText(language_, "main.tab.apps"));
+  categoriesView_ = rowsView(*categories_, uiText(language_, "main.tab.categories"), this);
+  tabs_->addTab(categoriesView_, uiText(language_, "main.tab.categories"));
+  sitesView_ = rowsView(*sites_, uiText(language_, "main.tab.sites"), this);
+  tabs_->addTab(sitesView_, uiText(language_, "main.tab.sites"));
+  heatmapView_ = new HeatmapView(*heatmap_, this);
+  heatmapView_->setAccessibleName(uiText(language_, "main.heatmap.accessibleName"));
+  tabs_->addTab(heatmapView_, uiText(language_, "main.tab.hours"));
+  trends_ = new TrendsPanel(language_, this);
+  tabs_->addTab(trends_, uiText(language_, "main.tab.trends"));
+  layout->addWidget(tabs_, 1);
+
+  connect(picker_, &PeriodPicker::periodChanged, this, &ReportWindow::applyPeriod);
+  connect(exportButton, &QPushButton::clicked, this, &ReportWindow::openExport);
+  connect(timeline_, &TimelineStrip::blockMenuRequested, this, &ReportWindow::showBlockMenu);
+  connect(appsView_, &QTreeView::customContextMenuRequested, this,
+          [this](QPoint at) { showRowMenu(appsView_, CategoryRule::Subject::app, at); });
+  connect(sitesView_, &QTreeView::customContextMenuRequested, this,
+          [this](QPoint at) { showRowMenu(sitesView_, CategoryRule::Subject::host, at); });
+  summarySetting_ =
+      services_.notices().subscribe(keys::kAiSummaryEnabled, [this] { updateSummaryCard(); });
+
+  report_->onChange = [this] { refresh(); };
+  restoreState();
+  refresh();
+}
+
+ReportWindow::~ReportWindow() {
+  report_->onChange = nullptr;
+}
+
+void ReportWindow::showPeriod(PeriodKind kind, Instant anchor) {
+  navigator_.show(kind, anchor);
+  applyPeriod();
+}
+
+void ReportWindow::showPreset(RangePreset preset) {
+  navigator_.showPreset(preset);
+  applyPeriod();
+}
+
+void ReportWindow::showRange(Instant first, Instant last) {
+  navigator_.showRange(first, last);
+  applyPeriod();
+}
+
+void ReportWindow::showTab(Tab tab) {
+  tabs_->setCurrentIndex(static_cast<int>(tab));
+}
+
+ReportWindow::Tab ReportWindow::currentTab() const {
+  return static_cast<Tab>(tabs_->currentIndex());
+}
+
+void ReportWindow::setSummaryWriter(SummaryWriter writer) {
+  summaryWriter_ = std::move(writer);
+  summarized_.reset();
+  updateSummaryCard();
+}
+
+void ReportWindow::setEditQuestion(RecordEdits::Ask ask) {
+  ask_ = std::move(ask);
+}
+
+void ReportWindow::applyPeriod() {
+  switch (navigator_.mode()) {
+    case ReportPeriodNavigator::Mode::preset:
+      report_->showPreset(*navigator_.preset());
+      break;
+    case ReportPeriodNavigator::Mode::custom:
+      report_->showCustomRange(navigator_.rangeDays().start, navigator_.rangeDays().end);
+      break;
+    default:
+      report_->showPeriod(navigator_.kind(), navigator_.anchor());
+  }
+  // A held report recomputes later; the picker follows the navigator at once.
+  if (report_->holdsReload()) picker_->refresh(picker_->label());
+}
+
+void ReportWindow::refresh() {
+  const UsageFigures& f = report_->figures();
+  // At midnight the report moves "today" on by itself; the picker's steps start from there.
+  const bool range = navigator_.mode() == ReportPeriodNavigator::Mode::preset ||
+                     navigator_.mode() == ReportPeriodNavigator::Mode::custom;
+  if (!range && f.period.kind == navigator_.kind() &&
+      navigator_.period(services_.clock().now()).interval.start != f.period.interval.start) {
+    navigator_.show(f.period.kind, f.period.interval.start);
+  }
+  picker_->refresh(qs(f.label));
+  overview_->setFigures(f);
+  buckets_->setBuckets(f.buckets, f.period.monthBuckets());
+
+  const bool day = f.period.kind == PeriodKind::day;
+  std::vector<QColor> colors;
+  const bool dark = palette().color(QPalette::Window).lightness() < 128;
+  for (const TimelineBlock& block : f.blocks) {
+    const ColorHue& hue = services_.categories().hue(UsageCategory::fromRaw(block.category));
+    const Rgb rgb = dark ? hue.dark : hue.light;
+    colors.emplace_back(rgb.red, rgb.green, rgb.blue);
+  }
+  timeline_->setBlocks(
+      day ? f.blocks : std::vector<TimelineBlock>{},
+      day ? UsageRollup::timelineSpan(f.segments, services_.clock().now()) : std::nullopt,
+      std::move(colors));
+  timeline_->setVisible(day);
+  timelineNote_->setText(day ? uiText(language_, "main.timeline.hint")
+                             : uiText(language_, "main.timeline.dayOnly"));
+
+  keepingPlace(appsView_, [&] { apps_->setRows(appRows(*report_), f.totalSeconds); });
+  keepingPlace(categoriesView_, [&] { categories_->setRows(categoryRows(f), f.totalSeconds); });
+  keepingPlace(sitesView_, [&] { sites_->setRows(siteRows(f), f.totalSeconds); });
+  heatmap_->setGrid(f.weekdayHourly, services_.calendar().firstWeekday());
+  trends_->setFigures(f);
+  updateSummaryCard();
+}
+
+void ReportWindow::updateSummaryCard() {
+  const bool on = services_.settings().aiSummaryEnabled();
+  overview_->setSummaryVisible(on);
+  const UsageFigures& f = report_->figures();
+  if (!on || !summaryWriter_ || f.totalSeconds <= 0) {
+    summarized_.reset();
+    overview_->setSummaryText({});
+    return;
+  }
+  // A new summary for another period, or once the total has moved by a quarter of an hour; not
+  // on every live minute.
+  const SummaryKey key{f.period.interval.start, f.period.interval.end,
+                       std::llround(f.totalSeconds / 900)};
+  if (summarized_ == key) return;
+  summarized_ = key;
+  overview_->setSummaryText({});
+  // Only the answer to the newest request is shown.
+  const std::uint64_t request = ++summaryRequest_;
+  QPointer<ReportWindow> self(this);
+  summaryWriter_(f, [self, request](std::string text) {
+    if (!self || request != self->summaryRequest_) return;
+    self->overview_->setSummaryText(qs(text));
+  });
+}
+
+std::unique_ptr<QMenu> ReportWindow::blockMenu(int index) {
+  const UsageFigures& f = report_->figures();
+  if (index < 0 || static_cast<size_t>(index) >= f.blocks.size()) return nullptr;
+  const TimelineBlock block = f.blocks[static_cast<size_t>(index)];
+  const bool editable = edits_->canEdit(block, f);
+  auto menu = std::make_unique<QMenu>(this);
+  menu->setAccessibleName(uiText(language_, "edit.menu.accessibleName"));
+  QAction* remove = menu->addAction(uiText(language_, "edit.deleteStretch"), this, [this, block] {
+    afterEdit(edits_->deleteStretch(block, report_->figures()));
+  });
+  QAction* removeDay = menu->addAction(
+      uiText(language_, "edit.deleteAppDay %@", block.appName), this, [this, block] {
+        afterEdit(edits_->deleteAppDay(block.bundleId, block.appName, report_->figures()));
+      });
+  menu->addSeparator();
+  QAction* give = menu->addAction(uiText(language_, "edit.reassign"), this,
+                                  [this, block] { giveBlockToApp(block); });
+  give->setToolTip(uiText(language_, "edit.reassign.description"));
+  QAction* name =
+      menu->addAction(uiText(language_, "edit.name"), this, [this, block] { nameBlock(block); });
+  name->setToolTip(uiText(language_, "edit.name.description"));
+  for (QAction* action : {remove, removeDay, give, name}) action->setEnabled(editable);
+  return menu;
+}
+
+void ReportWindow::showBlockMenu(int index, QPoint where) {
+  std::unique_ptr<QMenu> menu = blockMenu(index);
+  if (!menu) return;
+  // The block list must not change under the open menu and the question that follows it.
+  report_->setHoldsReload(true);
+  menu->exec(where);
+  report_->setHoldsReload(false);
+}
+
+void ReportWindow::giveBlockToApp(const TimelineBlock& block) {
+  const UsageFigures& f = report_->figures();
+  QStringList names;
+  std::vector<const AppUsage*> choices;
+  for (const AppUsage& app : f.byApp) {
+    if (app.bundleId == block.bundleId) continue;
+    names << qs(app.appName);
+    choices.push_back(&app);
+  }
+  if (choices.empty()) return;
+  bool chosen = false;
+  const QString picked =
+      QInputDialog::getItem(this, uiText(language_, "edit.reassign"),
+                            uiText(language_, "edit.reassign.prompt"), names, 0, false, &chosen);
+  if (!chosen) return;
+  const auto at = names.indexOf(picked);
+  if (at < 0) return;
+  const AppUsage target = *choices[static_cast<size_t>(at)];
+  afterEdit(edits_->giveTo(block, f, target.bundleId, target.appName));
+}
+
+void ReportWindow::nameBlock(const TimelineBlock& block) {
+  bool entered = false;
+  const QString name = QInputDialog::getText(this, uiText(language_, "edit.name"),
+                                             uiText(language_, "edit.name.description"),
+                                             QLineEdit::Normal, QString(), &entered);
+  if (!entered || name.trimmed().isEmpty()) return;
+  afterEdit(edits_->nameTime(block, report_->figures(), utf8(name)));
+}
+
+void ReportWindow::afterEdit(EditOutcome outcome) {
+  if (outcome != EditOutcome::failed) return;
+  QMessageBox::warning(this, windowTitle(), uiText(language_, "edit.failed"));
+}
+
+void ReportWindow::showRowMenu(QTreeView* view, CategoryRule::Subject subject, QPoint at) {
+  const QModelIndex index = view->indexAt(at);
+  const auto* model = static_cast<UsageRowsModel*>(view->model());
+  const UsageRow* row = model->row(index);
+  // Applications (in the apps list or under their category) and sites can be filed.
+  if (!row || (row->kind != UsageRow::Kind::app && row->kind != UsageRow::Kind::site)) return;
+  QMenu menu(this);
+  QMenu* file = menu.addMenu(uiText(language_, "main.fileUnder %@", row->name));
+  const std::string pattern = row->key;
+  for (const UsageCategory& category : services_.categories().allCategories()) {
+    const EffectiveCategory effective = services_.categories().effective(category, language_);
+    QAction* action = file->addAction(qs(effective.name));
+    action->setCheckable(true);
+    action->setChecked(row->category == effective.rawValue);
+    const std::string raw = effective.rawValue;
+    connect(action, &QAction::triggered, this, [this, subject, pattern, raw] {
+      const Status filed =
+          fileUnderCategory(services_.store(), subject, pattern, raw, services_.clock().now());
+      if (!filed) log::error("Could not file under a category: %{public}s", filed.error());
+    });
+  }
+  report_->setHoldsReload(true);
+  menu.exec(view->viewport()->mapToGlobal(at));
+  report_->setHoldsReload(false);
+}
+
+void ReportWindow::openExport() {
+  ExportDialog dialog(services_, report_->figures().period.interval, qs(report_->figures().label),
+                      this);
+  dialog.exec();
+}
+
+std::optional<std::filesystem::path> ReportWindow::stateFile() const {
+  const std::optional<std::filesystem::path>& store = services_.persistence().file();
+  if (!store) return std::nullopt;
+  return store->parent_path() / kStateFileName;
+}
+
+void ReportWindow::restoreState() {
+  resize(900, 640);
+  const std::optional<std::filesystem::path> file = stateFile();
+  if (!file) return;
+  Result<std::string> text = files::readAll(*file);
+  if (!text) return;
+  const nlohmann::json state = nlohmann::json::parse(*text, nullptr, false);
+  if (!state.is_object()) return;
+  if (state.contains("geometry") && state["geometry"].is_string()) {
+    restoreGeometry(
+        QByteArray::fromBase64(QByteArray::fromStdString(state["geometry"].get<std::string>())));
+  }
+  if (state.contains("tab") && state["tab"].is_number_integer()) {
+    const int tab = state["tab"].get<int>();
+    if (tab >= 0 && tab < tabs_->count()) tabs_->setCurrentIndex(tab);
+  }
+}
+
+void ReportWindow::saveState() {
+  const std::optional<std::filesystem::path> file = stateFile();
+  if (!file) return;
+  const nlohmann::json state{{"geometry", saveGeometry().toBase64().toStdString()},
+                             {"tab", tabs_->currentIndex()}};
+  if (Status saved = files::writeAtomically(*file, state.dump(2)); !saved) {
+    log::error("Could not save the report window: %{public}s", saved.error());
+  }
+}
+
+void ReportWindow::closeEvent(QCloseEvent* event) {
+  saveState();
+  QWidget::closeEvent(event);
+}
+
+void ReportWindow::hideEvent(QHideEvent* event) {
+  if (!event->spontaneous()) saveState();
+  QWidget::hideEvent(event);
 }
 
 }  // namespace velto::gui

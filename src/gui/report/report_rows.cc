@@ -1,0 +1,55 @@
+#include "gui/report/report_rows.h"
+
+namespace velto::gui {
+
+std::vector<UsageRow> appRows(UsageReport& report) {
+  std::vector<UsageRow> rows;
+  // Copied first: detailRows() may recompute nothing, but keeps no promise about figures().
+  const std::vector<AppUsage> apps = report.figures().byApp;
+  for (const AppUsage& app : apps) {
+    UsageRow row{UsageRow::Kind::app, app.bundleId, app.appName, app.seconds,
+                 app.count,           app.category, {}};
+    for (const DetailUsage& detail : report.detailRows(app.bundleId)) {
+      row.children.push_back({UsageRow::Kind::detail,
+                              detail.key,
+                              detail.label,
+                              detail.seconds,
+                              detail.count,
+                              app.category,
+                              {}});
+    }
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+std::vector<UsageRow> categoryRows(const UsageFigures& figures) {
+  std::vector<UsageRow> rows;
+  for (const CategoryUsage& category : figures.byCategory) {
+    UsageRow row{
+        UsageRow::Kind::category, category.id, category.name, category.seconds, 0, category.id, {}};
+    for (const AppUsage& app : figures.byApp) {
+      if (app.category != category.id) continue;
+      row.count += app.count;
+      row.children.push_back({UsageRow::Kind::app,
+                              app.bundleId,
+                              app.appName,
+                              app.seconds,
+                              app.count,
+                              app.category,
+                              {}});
+    }
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+std::vector<UsageRow> siteRows(const UsageFigures& figures) {
+  std::vector<UsageRow> rows;
+  for (const SiteUsage& site : figures.bySite) {
+    rows.push_back({UsageRow::Kind::site, site.host, site.host, site.seconds, site.count, {}, {}});
+  }
+  return rows;
+}
+
+}  // namespace velto::gui
