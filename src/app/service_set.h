@@ -77,6 +77,8 @@ class ServiceSet {
   std::function<void(const RecordedSegment&)> onRecorded;
 
   NoticeBus& notices() { return notices_; }
+  const Clock& clock() const { return desktop_.clock; }
+  Scheduler& scheduler() { return desktop_.scheduler; }
   Calendar& calendar() { return calendar_; }
   Settings& settings() { return settings_; }
   SegmentStore& store() { return *store_; }
