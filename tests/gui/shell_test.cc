@@ -89,7 +89,7 @@ TEST(WindowStateTest, GeometryOutlivesTheWindowInTheDataFolder) {
   {
     WindowState state(dir.path());
     QWidget window;
-    state.remember(&window, QStringLiteral("settings"));
+    EXPECT_FALSE(state.remember(&window, QStringLiteral("settings")));
     window.resize(640, 410);
     window.show();
     window.hide();
@@ -97,7 +97,7 @@ TEST(WindowStateTest, GeometryOutlivesTheWindowInTheDataFolder) {
   EXPECT_TRUE(std::filesystem::exists(dir / "window-state.json"));
   WindowState state(dir.path());
   QWidget again;
-  state.remember(&again, QStringLiteral("settings"));
+  EXPECT_TRUE(state.remember(&again, QStringLiteral("settings")));
   EXPECT_EQ(again.size(), QSize(640, 410));
   QWidget other;
   state.remember(&other, QStringLiteral("report"));

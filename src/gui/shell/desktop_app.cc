@@ -118,7 +118,9 @@ void DesktopApp::openReport() {
   if (!report_) {
     report_ = new ReportWindow(services_);
     report_->setAttribute(Qt::WA_DeleteOnClose);
-    windowState_.remember(report_, QStringLiteral("report"));
+    if (!windowState_.remember(report_, QStringLiteral("report"))) {
+      report_->resize(report_->sizeHint().expandedTo(QSize(960, 640)));
+    }
   }
   raise(report_);
 }

@@ -24,16 +24,15 @@ WindowState::WindowState(std::optional<std::filesystem::path> folder) {
   if (folder) file_ = *folder / "window-state.json";
 }
 
-void WindowState::remember(QWidget* window, const QString& name) {
+bool WindowState::remember(QWidget* window, const QString& name) {
   window->setProperty("veltoWindowName", name);
   window->installEventFilter(this);
-  if (!file_) return;
+  if (!file_) return false;
   const nlohmann::json state = readState(*file_);
   const auto found = state.find(name.toStdString());
-  if (found != state.end() && found->is_string()) {
-    window->restoreGeometry(
-        QByteArray::fromBase64(QByteArray::fromStdString(found->get<std::string>())));
-  }
+  if (found == state.end() || !found->is_string()) return false;
+  return window->restoreGeometry(
+      QByteArray::fromBase64(QByteArray::fromStdString(found->get<std::string>())));
 }
 
 bool WindowState::eventFilter(QObject* watched, QEvent* event) {

@@ -19,7 +19,8 @@ class WindowState : public QObject {
   explicit WindowState(std::optional<std::filesystem::path> folder);
 
   // Restores `window`'s geometry saved under `name`, and saves it whenever the window hides.
-  void remember(QWidget* window, const QString& name);
+  // False when nothing was saved under that name yet.
+  bool remember(QWidget* window, const QString& name);
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
