@@ -18,6 +18,7 @@ SettingsWindow::SettingsWindow(PaneContext context, QWidget* parent)
   list_ = new QListWidget;
   list_->setAccessibleName(uiText(lang, "settings.windowTitle"));
   list_->setMaximumWidth(200);
+  list_->setSpacing(3);
   stack_ = new QStackedWidget;
   using Factory = QWidget* (*)(PaneContext&);
   const Factory factories[] = {makeGeneralPane,       makeMenuBarPane,    makeCategoriesPane,

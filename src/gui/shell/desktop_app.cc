@@ -71,6 +71,15 @@ DesktopApp::DesktopApp(ServicePaths paths)
   applyTheme(services_.settings().theme());
   subscriptions_.push_back(services_.notices().subscribe(
       keys::kTheme, [this] { applyTheme(services_.settings().theme()); }));
+  // Windows are built in one language: an open settings window is built again in the new one.
+  subscriptions_.push_back(services_.notices().subscribe(keys::kUiLanguage, [this] {
+    if (!settings_) return;
+    const std::string pane(settings_->currentPane());
+    settings_->hide();
+    settings_->deleteLater();
+    settings_ = nullptr;
+    QTimer::singleShot(0, this, [this, pane] { openSettings(pane); });
+  }));
   notifications_.authorizationStatus(
       [this](NotificationAuthorization status) { notificationServer_ = mayPost(status); });
 }
@@ -100,6 +109,8 @@ void DesktopApp::start() {
     std::fprintf(stderr, "%s\n", message.c_str());
     log::info("No tray host: opening the report window");
     openReport();
+    // Without a tray there is no Quit entry: closing the last window quits.
+    connect(qApp, &QGuiApplication::lastWindowClosed, this, [this] { quit(); });
   }
   if (OnboardingWindow* shown = onboarding_.data();
       shown == nullptr && !services_.settings().onboardingCompleted()) {
