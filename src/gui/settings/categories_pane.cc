@@ -154,9 +154,9 @@ class CategoriesPane : public QWidget {
 
   void addCustom() {
     bool ok = false;
-    const QString name =
-        QInputDialog::getText(this, uiText(lang_, "settings.categories.add"),
-                              uiText(lang_, "settings.categories.name"), QLineEdit::Normal, {}, &ok);
+    const QString name = QInputDialog::getText(this, uiText(lang_, "settings.categories.add"),
+                                               uiText(lang_, "settings.categories.name"),
+                                               QLineEdit::Normal, {}, &ok);
     if (!ok || name.trimmed().isEmpty()) return;
     const auto hues = offeredHueKeys();
     const std::string hue(hues[categories_.size() % hues.size()]);

@@ -123,7 +123,7 @@ class ExclusionsPane : public QWidget {
     if (!past || past->rows == 0) return;
     QMessageBox box(this);
     box.setText(uiText(lang_, "settings.exclusions.pastTime %@",
-                   DurationText::forLanguage(lang_).format(past->seconds)));
+                       DurationText::forLanguage(lang_).format(past->seconds)));
     box.setInformativeText(uiText(lang_, "settings.exclusions.pastTime.detail"));
     QPushButton* go = box.addButton(uiText(lang_, "settings.delete"), QMessageBox::DestructiveRole);
     box.addButton(uiText(lang_, "settings.exclusions.keep"), QMessageBox::RejectRole);

@@ -105,7 +105,8 @@ class GeneralPane : public QWidget {
       box.setIcon(QMessageBox::Warning);
       box.setText(qtext(model_.confirmationText(choice)));
       box.setInformativeText(uiText(lang_, "settings.general.retention.confirm.detail"));
-      QPushButton* go = box.addButton(uiText(lang_, "settings.delete"), QMessageBox::DestructiveRole);
+      QPushButton* go =
+          box.addButton(uiText(lang_, "settings.delete"), QMessageBox::DestructiveRole);
       box.addButton(QMessageBox::Cancel);
       box.exec();
       if (box.clickedButton() != go) {

@@ -110,8 +110,8 @@ class LimitsPane : public QWidget {
       connect(enabled, &QCheckBox::toggled, this,
               [this, id](bool on) { services_.limits().setEnabled(id, on); });
       auto* kind = new QLabel(uiText(lang_, limit.kind == UsageLimit::Kind::limit
-                                            ? "settings.limits.kind.limit"
-                                            : "settings.limits.kind.goal"));
+                                                ? "settings.limits.kind.limit"
+                                                : "settings.limits.kind.goal"));
       auto* progress = new QLabel(qtext(limitLine(services_, limit)));
       auto* remove = new QPushButton(uiText(lang_, "settings.remove"));
       connect(remove, &QPushButton::clicked, this,

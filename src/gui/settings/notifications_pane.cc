@@ -34,10 +34,12 @@ QWidget* makeNotificationsPane(PaneContext& context) {
     hint->setWordWrap(true);
     form->addRow(hint);
   }
-  form->addRow(toggle(uiText(lang, "settings.notifications.limitAlerts"), settings.limitAlertsEnabled(),
-                      pane, [&settings](bool on) { settings.setLimitAlertsEnabled(on); }));
-  form->addRow(toggle(uiText(lang, "settings.notifications.goalAlerts"), settings.goalAlertsEnabled(),
-                      pane, [&settings](bool on) { settings.setGoalAlertsEnabled(on); }));
+  form->addRow(toggle(uiText(lang, "settings.notifications.limitAlerts"),
+                      settings.limitAlertsEnabled(), pane,
+                      [&settings](bool on) { settings.setLimitAlertsEnabled(on); }));
+  form->addRow(toggle(uiText(lang, "settings.notifications.goalAlerts"),
+                      settings.goalAlertsEnabled(), pane,
+                      [&settings](bool on) { settings.setGoalAlertsEnabled(on); }));
 
   auto* warn = new QComboBox;
   warn->addItem(uiText(lang, "settings.off"), 0.0);
