@@ -1,0 +1,142 @@
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFormLayout>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QVBoxLayout>
+
+#include "app/service_set.h"
+#include "base/log.h"
+#include "gui/settings/general_settings.h"
+#include "gui/settings/settings_panes.h"
+#include "gui/shell/qt_text.h"
+
+namespace velto::gui {
+
+namespace {
+
+class GeneralPane : public QWidget {
+ public:
+  explicit GeneralPane(PaneContext& context)
+      : model_(context.services, AutostartFile(context.autostartFile), context.program),
+        lang_(context.language) {
+    auto* form = new QFormLayout(this);
+
+    retention_ = new QComboBox;
+    for (int days : kRetentionDayChoices) {
+      retention_->addItem(
+          uiText(lang_, "settings.general.retention.days %lld", std::to_string(days)), days);
+    }
+    retention_->addItem(uiText(lang_, "settings.general.retention.forever"), 0);
+    showRetention();
+    connect(retention_, &QComboBox::activated, this, [this](int index) { chooseRetention(index); });
+    form->addRow(uiText(lang_, "settings.general.retention"), retention_);
+
+    auto* idle = new QSpinBox;
+    idle->setRange(1, 60);
+    idle->setSuffix(uiText(lang_, "settings.minutesSuffix"));
+    idle->setValue(model_.idleMinutes());
+    connect(idle, &QSpinBox::valueChanged, this, [this](int v) { model_.setIdleMinutes(v); });
+    form->addRow(uiText(lang_, "settings.general.idle"), idle);
+
+    auto* away = new QSpinBox;
+    away->setRange(0, 240);
+    away->setSuffix(uiText(lang_, "settings.minutesSuffix"));
+    away->setSpecialValueText(uiText(lang_, "settings.off"));
+    away->setValue(model_.awayPromptMinutes());
+    connect(away, &QSpinBox::valueChanged, this, [this](int v) { model_.setAwayPromptMinutes(v); });
+    form->addRow(uiText(lang_, "settings.general.awayPrompt"), away);
+
+    auto* language = new QComboBox;
+    for (std::string_view code : kLanguages) {
+      language->addItem(uiText(lang_, "settings.language." + std::string(code)),
+                        QString::fromUtf8(code.data(), static_cast<int>(code.size())));
+    }
+    language->setCurrentIndex(language->findData(qtext(model_.language())));
+    connect(language, &QComboBox::activated, this, [this, language](int index) {
+      model_.setLanguage(language->itemData(index).toString().toStdString());
+    });
+    form->addRow(uiText(lang_, "settings.general.language"), language);
+
+    auto* theme = new QComboBox;
+    for (std::string_view code : kThemes) {
+      theme->addItem(uiText(lang_, "settings.theme." + std::string(code)),
+                     QString::fromUtf8(code.data(), static_cast<int>(code.size())));
+    }
+    theme->setCurrentIndex(theme->findData(qtext(model_.theme())));
+    connect(theme, &QComboBox::activated, this, [this, theme](int index) {
+      model_.setTheme(theme->itemData(index).toString().toStdString());
+    });
+    form->addRow(uiText(lang_, "settings.general.theme"), theme);
+
+    auto* login = new QCheckBox(uiText(lang_, "settings.general.launchAtLogin"));
+    login->setChecked(model_.launchAtLogin());
+    connect(login, &QCheckBox::toggled, this, [this, login](bool on) {
+      if (Status done = model_.setLaunchAtLogin(on); !done) {
+        log::error("Could not change launch at login: %{public}s", done.error());
+        const QSignalBlocker block(login);
+        login->setChecked(!on);
+      }
+    });
+    form->addRow(QString(), login);
+
+    auto* wipe = new QPushButton(uiText(lang_, "settings.general.deleteAll"));
+    connect(wipe, &QPushButton::clicked, this, [this] { confirmWipe(); });
+    auto* wipeDetail = new QLabel(uiText(lang_, "settings.general.deleteAll.detail"));
+    wipeDetail->setWordWrap(true);
+    form->addRow(QString(), wipe);
+    form->addRow(QString(), wipeDetail);
+  }
+
+ private:
+  void showRetention() {
+    const RetentionChoice now = model_.retention();
+    const int index = retention_->findData(now.value_or(0));
+    retention_->setCurrentIndex(index >= 0 ? index : 1);
+  }
+
+  void chooseRetention(int index) {
+    const int days = retention_->itemData(index).toInt();
+    const RetentionChoice choice = days > 0 ? RetentionChoice(days) : std::nullopt;
+    if (model_.shortens(choice)) {
+      QMessageBox box(this);
+      box.setIcon(QMessageBox::Warning);
+      box.setText(qtext(model_.confirmationText(choice)));
+      box.setInformativeText(uiText(lang_, "settings.general.retention.confirm.detail"));
+      QPushButton* go =
+          box.addButton(uiText(lang_, "settings.delete"), QMessageBox::DestructiveRole);
+      box.addButton(QMessageBox::Cancel);
+      box.exec();
+      if (box.clickedButton() != go) {
+        showRetention();
+        return;
+      }
+    }
+    model_.setRetention(choice);
+  }
+
+  void confirmWipe() {
+    QMessageBox box(this);
+    box.setIcon(QMessageBox::Warning);
+    box.setText(uiText(lang_, "settings.general.deleteAll"));
+    box.setInformativeText(uiText(lang_, "settings.general.deleteAll.detail"));
+    QPushButton* go = box.addButton(uiText(lang_, "settings.delete"), QMessageBox::DestructiveRole);
+    box.addButton(QMessageBox::Cancel);
+    box.exec();
+    if (box.clickedButton() == go) (void)model_.deleteAllData();
+  }
+
+  GeneralSettings model_;
+  std::string lang_;
+  QComboBox* retention_ = nullptr;
+};
+
+}  // namespace
+
+QWidget* makeGeneralPane(PaneContext& context) {
+  return new GeneralPane(context);
+}
+
+}  // namespace velto::gui

@@ -1,0 +1,88 @@
+#include "gui/settings/general_settings.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "app/service_set.h"
+#include "base/strings.h"
+
+namespace velto::gui {
+
+GeneralSettings::GeneralSettings(ServiceSet& services, AutostartFile autostart,
+                                 std::filesystem::path program)
+    : services_(services), autostart_(std::move(autostart)), program_(std::move(program)) {}
+
+RetentionChoice GeneralSettings::retention() const {
+  return services_.settings().retention().days;
+}
+
+bool GeneralSettings::shortens(RetentionChoice choice) const {
+  if (!choice) return false;
+  const RetentionChoice now = retention();
+  return !now || *choice < *now;
+}
+
+std::string GeneralSettings::confirmationText(RetentionChoice choice) const {
+  if (!shortens(choice)) return {};
+  return i18n::text(services_.language(), "settings.general.retention.confirm %lld",
+                    std::to_string(*choice));
+}
+
+void GeneralSettings::setRetention(RetentionChoice choice) {
+  Settings& settings = services_.settings();
+  if (!choice) {
+    settings.setKeepHistoryForever(true);
+    return;
+  }
+  // Days first, so the purge that follows the keys sees the new days when forever goes off.
+  settings.setRetentionDays(*choice);
+  settings.setKeepHistoryForever(false);
+}
+
+int GeneralSettings::idleMinutes() const {
+  return static_cast<int>(std::lround(services_.settings().idleThresholdSeconds() / 60));
+}
+
+void GeneralSettings::setIdleMinutes(int minutes) {
+  services_.settings().setIdleThresholdSeconds(std::max(1, minutes) * 60.0);
+}
+
+int GeneralSettings::awayPromptMinutes() const {
+  return std::max(0, services_.settings().awayPromptMinutes());
+}
+
+void GeneralSettings::setAwayPromptMinutes(int minutes) {
+  services_.settings().setAwayPromptMinutes(std::max(0, minutes));
+}
+
+std::string GeneralSettings::language() const {
+  return services_.settings().uiLanguage();
+}
+
+void GeneralSettings::setLanguage(std::string_view language) {
+  services_.settings().setUiLanguage(language);
+}
+
+std::string GeneralSettings::theme() const {
+  return services_.settings().theme();
+}
+
+void GeneralSettings::setTheme(std::string_view theme) {
+  services_.settings().setTheme(theme);
+}
+
+bool GeneralSettings::launchAtLogin() const {
+  return services_.settings().launchAtLogin() && autostart_.exists();
+}
+
+Status GeneralSettings::setLaunchAtLogin(bool enabled) {
+  Status written = enabled ? autostart_.enable(program_) : autostart_.disable();
+  if (written) services_.settings().setLaunchAtLogin(enabled);
+  return written;
+}
+
+Status GeneralSettings::deleteAllData() {
+  return services_.store().wipe();
+}
+
+}  // namespace velto::gui

@@ -1,0 +1,62 @@
+// The General pane's logic, written straight through to the settings and the store: how long
+// history is kept (30, 90, 365 days or forever; shortening asks first and purges at once through
+// the retention purge that follows the keys), the idle threshold and the away prompt in whole
+// minutes, language, theme, launch at login and deleting all recorded data.
+// Thread: main thread.
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/result.h"
+#include "gui/settings/autostart_file.h"
+
+namespace velto {
+class ServiceSet;
+}
+
+namespace velto::gui {
+
+// Days kept; none: forever.
+using RetentionChoice = std::optional<int>;
+inline constexpr std::array<int, 3> kRetentionDayChoices = {30, 90, 365};
+inline constexpr std::array<std::string_view, 3> kThemes = {"auto", "light", "dark"};
+inline constexpr std::array<std::string_view, 6> kLanguages = {"auto", "en", "tr",
+                                                               "de",   "es", "fr"};
+
+class GeneralSettings {
+ public:
+  GeneralSettings(ServiceSet& services, AutostartFile autostart, std::filesystem::path program);
+
+  RetentionChoice retention() const;
+  // True when `choice` keeps less history than now: the pane asks first.
+  bool shortens(RetentionChoice choice) const;
+  // "Delete everything older than 30 days?"; empty when the choice does not shorten.
+  std::string confirmationText(RetentionChoice choice) const;
+  void setRetention(RetentionChoice choice);
+
+  int idleMinutes() const;
+  void setIdleMinutes(int minutes);
+  // 0: the away prompt is off.
+  int awayPromptMinutes() const;
+  void setAwayPromptMinutes(int minutes);
+
+  std::string language() const;
+  void setLanguage(std::string_view language);
+  std::string theme() const;
+  void setTheme(std::string_view theme);
+
+  bool launchAtLogin() const;
+  Status setLaunchAtLogin(bool enabled);
+
+  Status deleteAllData();
+
+ private:
+  ServiceSet& services_;
+  AutostartFile autostart_;
+  std::filesystem::path program_;
+};
+
+}  // namespace velto::gui

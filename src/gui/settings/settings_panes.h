@@ -1,0 +1,36 @@
+// The panes of the settings window, one per area. Each is a thin widget over the settings, the
+// stores or a small model (general_settings.h, rules_model.h, limit_candidates.h) and rebuilds
+// its lists when what it shows changes.
+// Thread: GUI thread. The context outlives the panes.
+#pragma once
+
+#include <QWidget>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace velto {
+class ServiceSet;
+}
+
+namespace velto::gui {
+
+struct PaneContext {
+  ServiceSet& services;
+  std::string language;
+  std::filesystem::path program;               // started at login
+  std::filesystem::path autostartFile;         // ~/.config/autostart/velto.desktop
+  std::vector<std::string> missingSourceKeys;  // catalog keys of sources that do not work
+  bool notificationServer = false;             // a notification server owns the name
+};
+
+QWidget* makeGeneralPane(PaneContext& context);
+QWidget* makeMenuBarPane(PaneContext& context);
+QWidget* makeCategoriesPane(PaneContext& context);
+QWidget* makeRulesPane(PaneContext& context);
+QWidget* makeExclusionsPane(PaneContext& context);
+QWidget* makeLimitsPane(PaneContext& context);
+QWidget* makeNotificationsPane(PaneContext& context);
+QWidget* makePermissionsPane(PaneContext& context);
+
+}  // namespace velto::gui

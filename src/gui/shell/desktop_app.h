@@ -1,0 +1,77 @@
+// The desktop application: owns the real desktop, the notification center and the service set,
+// like `velto record` does, and the shell around them: the tray, the report and settings
+// windows, the away prompt, first-start onboarding, the two-step quit, SIGINT/SIGTERM, commands
+// and settings written by other programs (the shared and configuration folders are watched).
+// Thread: GUI thread; a QApplication must exist first and outlive this object.
+#pragma once
+
+#include <QFileSystemWatcher>
+#include <QObject>
+#include <QPointer>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/service_set.h"
+#include "gui/shell/pause_actions.h"
+#include "gui/shell/quit_sequence.h"
+#include "gui/shell/stop_signals.h"
+#include "gui/shell/window_state.h"
+#include "platform/linux/linux_desktop.h"
+#include "platform/linux/notification_center.h"
+
+namespace velto::gui {
+
+class AwayPrompt;
+class OnboardingWindow;
+class ReportWindow;
+class SettingsWindow;
+class TrayController;
+
+class DesktopApp : public QObject {
+  Q_OBJECT
+ public:
+  explicit DesktopApp(ServicePaths paths);
+  ~DesktopApp() override;
+
+  // Starts recording, shows the tray (or, without a tray host, says so and opens the report)
+  // and onboarding on first start.
+  void start();
+
+  void openReport();
+  // `pane` empty: the last pane shown.
+  void openSettings(std::string_view pane = {});
+  void openOnboarding();
+  // Offers the engine's pending gap, if any, unless a prompt for it is open already.
+  void offerPendingGap();
+  // An away prompt for the last `minutes` before now (for screenshots and trying it out).
+  void openSampleAwayPrompt(double minutes);
+  // Pops up the tray menu at the top right of the screen (for screenshots).
+  void popUpTrayMenu();
+  void quit();
+
+  ServiceSet& services() { return services_; }
+
+ private:
+  void raise(QWidget* window);
+  void engineStateChanged();
+
+  ServicePaths paths_;
+  platform::LinuxDesktop desktop_;
+  platform::FreedesktopNotificationCenter notifications_;
+  ServiceSet services_;
+  PauseActions pause_;
+  QuitSequence quit_;
+  WindowState windowState_;
+  StopSignals stopSignals_;
+  QFileSystemWatcher watcher_;
+  bool notificationServer_ = false;
+  std::unique_ptr<TrayController> tray_;
+  QPointer<ReportWindow> report_;
+  QPointer<SettingsWindow> settings_;
+  QPointer<OnboardingWindow> onboarding_;
+  QPointer<AwayPrompt> away_;
+  std::vector<Subscription> subscriptions_;
+};
+
+}  // namespace velto::gui

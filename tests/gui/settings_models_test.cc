@@ -1,0 +1,165 @@
+// The settings panes' logic: every choice lands in the key the core reads.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "gui/scripted_services.h"
+#include "gui/settings/general_settings.h"
+#include "gui/settings/limit_candidates.h"
+#include "gui/settings/rules_model.h"
+#include "gui/settings/settings_window.h"
+
+namespace velto::gui {
+namespace {
+
+using velto::testing::at;
+
+class SettingsModelsTest : public ::testing::Test {
+ protected:
+  GeneralSettings general() {
+    return GeneralSettings(*scripted.services,
+                           AutostartFile(scripted.dir / "autostart" / "velto.desktop"),
+                           "/opt/Velto apps/velto-gui");
+  }
+  Settings& settings() { return scripted.services->settings(); }
+
+  velto::testing::ScriptedServices scripted;
+};
+
+TEST_F(SettingsModelsTest, RetentionChoicesWriteBothKeysAndAskBeforeShortening) {
+  GeneralSettings model = general();
+  EXPECT_EQ(model.retention(), 90);
+  EXPECT_TRUE(model.shortens(30));
+  EXPECT_FALSE(model.shortens(365));
+  EXPECT_FALSE(model.shortens(std::nullopt));
+  EXPECT_EQ(model.confirmationText(30), "Delete everything older than 30 days?");
+  EXPECT_EQ(model.confirmationText(365), "");
+
+  model.setRetention(std::nullopt);
+  EXPECT_TRUE(settings().retention().forever());
+  EXPECT_TRUE(model.shortens(365)) << "anything is shorter than forever";
+
+  model.setRetention(30);
+  EXPECT_EQ(settings().retention().days, 30);
+}
+
+TEST_F(SettingsModelsTest, ShorteningHistoryPurgesAtOnce) {
+  scripted.services->start();
+  const ActivityContext code{"code", "Code", {}, {}, {}, {}};
+  ASSERT_TRUE(scripted.services->store().insert({code, at("2026-10-01T10:00:00Z"),
+                                                 at("2026-10-01T11:00:00Z"),
+                                                 SegmentEndReason::focusChange}));
+  ASSERT_EQ(scripted.services->store().count().value(), 1);
+  general().setRetention(30);
+  EXPECT_EQ(scripted.services->store().count().value(), 0);
+  scripted.services->quit();
+}
+
+TEST_F(SettingsModelsTest, MinutesAndAppearanceWriteThrough) {
+  GeneralSettings model = general();
+  EXPECT_EQ(model.idleMinutes(), 2);
+  model.setIdleMinutes(5);
+  EXPECT_DOUBLE_EQ(settings().idleThresholdSeconds(), 300);
+  EXPECT_EQ(model.awayPromptMinutes(), 15);
+  model.setAwayPromptMinutes(0);
+  EXPECT_EQ(settings().awayPromptMinutes(), 0) << "0 turns the prompt off";
+  model.setLanguage("fr");
+  EXPECT_EQ(scripted.services->language(), "fr");
+  model.setTheme("dark");
+  EXPECT_EQ(settings().theme(), "dark");
+}
+
+TEST_F(SettingsModelsTest, LaunchAtLoginWritesTheAutostartEntry) {
+  GeneralSettings model = general();
+  const auto file = scripted.dir / "autostart" / "velto.desktop";
+  ASSERT_TRUE(model.setLaunchAtLogin(true));
+  EXPECT_TRUE(settings().launchAtLogin());
+  EXPECT_TRUE(model.launchAtLogin());
+  std::ifstream in(file);
+  std::stringstream text;
+  text << in.rdbuf();
+  EXPECT_NE(text.str().find("Exec=\"/opt/Velto apps/velto-gui\"\n"), std::string::npos);
+  EXPECT_NE(text.str().find("[Desktop Entry]\nType=Application\n"), std::string::npos);
+  ASSERT_TRUE(model.setLaunchAtLogin(false));
+  EXPECT_FALSE(std::filesystem::exists(file));
+  EXPECT_FALSE(settings().launchAtLogin());
+  EXPECT_EQ(AutostartFile::contents("/a$b"), AutostartFile::contents("/a$b"));
+  EXPECT_NE(AutostartFile::contents("/a$b").find("Exec=\"/a\\$b\""), std::string::npos);
+}
+
+TEST_F(SettingsModelsTest, DeleteAllWipesTheStore) {
+  const ActivityContext code{"code", "Code", {}, {}, {}, {}};
+  ASSERT_TRUE(scripted.services->store().insert({code, at("2026-11-21T07:00:00Z"),
+                                                 at("2026-11-21T08:00:00Z"),
+                                                 SegmentEndReason::focusChange}));
+  ASSERT_TRUE(general().deleteAllData());
+  EXPECT_EQ(scripted.services->store().count().value(), 0);
+}
+
+TEST_F(SettingsModelsTest, RulesAreStoredAsTheResolverReadsThem) {
+  RulesModel rules(*scripted.services);
+  struct Case {
+    CategoryRule::Subject subject;
+    const char* typed;
+    std::optional<std::string> stored;
+  };
+  const Case cases[] = {
+      {CategoryRule::Subject::host, "https://www.Example.com/path", "example.com"},
+      {CategoryRule::Subject::host, "localhost", std::nullopt},
+      {CategoryRule::Subject::app, "  org.gnome.Terminal ", "org.gnome.Terminal"},
+      {CategoryRule::Subject::keyword, "  standup\n", "standup"},
+      {CategoryRule::Subject::keyword, "   ", std::nullopt},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(RulesModel::pattern(c.subject, c.typed), c.stored) << c.typed;
+
+  ASSERT_TRUE(rules.add(CategoryRule::Subject::host, "news.example.org", "reading"));
+  EXPECT_FALSE(rules.add(CategoryRule::Subject::host, "news.example.org", "no-such-category"));
+  EXPECT_FALSE(rules.add(CategoryRule::Subject::keyword, " ", "reading"));
+  const std::vector<CategoryRule> stored = rules.rules();
+  ASSERT_EQ(stored.size(), 1u);
+  EXPECT_EQ(stored[0].subjectRaw, "host");
+  EXPECT_EQ(rules.describe(stored[0]), "Site: news.example.org → Reading");
+  ASSERT_TRUE(rules.remove(stored[0].id));
+  EXPECT_TRUE(rules.rules().empty());
+}
+
+TEST_F(SettingsModelsTest, LimitSheetOffersEverythingCategoriesAndRecordedApps) {
+  const ActivityContext code{"code", "Code", {}, {}, {}, {}};
+  ASSERT_TRUE(scripted.services->store().insert({code, at("2026-11-20T07:00:00Z"),
+                                                 at("2026-11-20T08:00:00Z"),
+                                                 SegmentEndReason::focusChange}));
+  const std::vector<LimitCandidate> candidates = limitCandidates(*scripted.services);
+  ASSERT_FALSE(candidates.empty());
+  EXPECT_EQ(candidates.front().label, "Everything");
+  EXPECT_EQ(candidates.front().subject, UsageLimit::Subject::total());
+  const auto app = std::find_if(candidates.begin(), candidates.end(), [](const auto& c) {
+    return c.subject.kind == UsageLimit::Subject::Kind::app;
+  });
+  ASSERT_NE(app, candidates.end());
+  EXPECT_EQ(app->subject.value, "code");
+  EXPECT_EQ(app->label, "Code");
+
+  scripted.services->limits().set(UsageLimit::Subject::total(), UsageLimit::Kind::limit,
+                                  UsageLimit::Span::day, 7200);
+  EXPECT_EQ(limitLine(*scripted.services, scripted.services->limits().limits().front()),
+            "0s of 2h today");
+}
+
+TEST_F(SettingsModelsTest, WindowOpensEveryPaneByName) {
+  SettingsWindow window(PaneContext{*scripted.services,
+                                    "en",
+                                    "/usr/bin/velto-gui",
+                                    scripted.dir / "velto.desktop",
+                                    {"record.missing.logind"},
+                                    false});
+  for (std::string_view pane : SettingsWindow::kPanes) {
+    EXPECT_TRUE(window.showPane(pane));
+    EXPECT_EQ(window.currentPane(), pane);
+  }
+  EXPECT_FALSE(window.showPane("nowhere"));
+}
+
+}  // namespace
+}  // namespace velto::gui

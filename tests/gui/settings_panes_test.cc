@@ -1,0 +1,82 @@
+// The panes' controls reach the settings keys the core reads.
+#include "gui/settings/settings_panes.h"
+
+#include <gtest/gtest.h>
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSpinBox>
+#include <memory>
+
+#include "gui/scripted_services.h"
+
+namespace velto::gui {
+namespace {
+
+class SettingsPanesTest : public ::testing::Test {
+ protected:
+  PaneContext context() {
+    return PaneContext{*scripted.services,    "en", "/usr/bin/velto-gui",
+                       scripted.dir / "auto", {},   true};
+  }
+  template <typename T>
+  static T* child(QWidget* pane, const QString& text) {
+    for (T* widget : pane->findChildren<T*>()) {
+      if constexpr (std::is_same_v<T, QLineEdit>) {
+        if (widget->placeholderText() == text) return widget;
+      } else {
+        if (widget->text() == text) return widget;
+      }
+    }
+    ADD_FAILURE() << "no control " << text.toStdString();
+    return nullptr;
+  }
+
+  velto::testing::ScriptedServices scripted;
+};
+
+TEST_F(SettingsPanesTest, NotificationSwitchesAndHours) {
+  PaneContext ctx = context();
+  std::unique_ptr<QWidget> pane(makeNotificationsPane(ctx));
+  Settings& settings = scripted.services->settings();
+  child<QCheckBox>(pane.get(), "Send a summary of the day")->setChecked(true);
+  EXPECT_TRUE(settings.dailySummaryEnabled());
+  child<QCheckBox>(pane.get(), "Tell me when a goal is met")->setChecked(true);
+  EXPECT_TRUE(settings.goalAlertsEnabled());
+  child<QCheckBox>(pane.get(), "Send a weekly digest")->setChecked(false);
+  EXPECT_FALSE(settings.weeklyDigestEnabled());
+  const QList<QSpinBox*> hours = pane->findChildren<QSpinBox*>();
+  ASSERT_EQ(hours.size(), 2);
+  hours[0]->setValue(21);
+  EXPECT_EQ(settings.dailySummaryHour(), 21);
+  hours[1]->setValue(7);
+  EXPECT_EQ(settings.digestHour(), 7);
+}
+
+TEST_F(SettingsPanesTest, ExclusionsTakeTypedSitesAndThePrivateWindowSwitch) {
+  PaneContext ctx = context();
+  std::unique_ptr<QWidget> pane(makeExclusionsPane(ctx));
+  QLineEdit* host = child<QLineEdit>(pane.get(), "example.com");
+  ASSERT_NE(host, nullptr);
+  host->setText("https://www.Example.com/path");
+  Q_EMIT host->returnPressed();
+  EXPECT_EQ(scripted.services->exclusions().list().hosts, std::vector<std::string>{"example.com"});
+  EXPECT_TRUE(host->text().isEmpty());
+  child<QCheckBox>(pane.get(), "Skip private and incognito windows")->setChecked(true);
+  EXPECT_TRUE(scripted.services->exclusions().skipPrivateWindows());
+}
+
+TEST_F(SettingsPanesTest, PermissionsOptInIsTheBrowserReadingSetting) {
+  PaneContext ctx = context();
+  std::unique_ptr<QWidget> pane(makePermissionsPane(ctx));
+  child<QCheckBox>(pane.get(), "Read the site of the front browser tab")->setChecked(true);
+  EXPECT_TRUE(scripted.services->settings().accessibilityRequested());
+  child<QCheckBox>(pane.get(), "Record window titles, sites and terminal tools (not only the app)")
+      ->setChecked(false);
+  EXPECT_FALSE(scripted.services->settings().detailCaptureEnabled());
+}
+
+}  // namespace
+}  // namespace velto::gui
