@@ -76,6 +76,15 @@ ServiceSet::ServiceSet(Desktop desktop, ServicePaths paths, Calendar calendar)
       notifier, limits_, *figures_, &categories_, [this] { return engine_->isPaused(); }});
   daily_ = std::make_unique<DailySummaryScheduler>(notifier, *dailyComposer_,
                                                    [this] { return monitor_->progress(); });
+  menuBar_ = std::make_unique<MenuBarModel>(
+      desktop.scheduler, [this] { return menuBarInput(); },
+      [this] { return settings_.theme() == "dark"; });
+  for (std::string_view notice :
+       {std::string_view(notices::kSegmentsDidChange), std::string_view(notices::kDayDidChange),
+        keys::kMenuBarDisplay, keys::kDayBudgetSeconds, keys::kLimits, keys::kLimitWarnRatio,
+        keys::kIsPaused, keys::kUiLanguage, keys::kTheme}) {
+    menuBarTriggers_.push_back(notices_.subscribe(notice, [this] { menuBar_->refresh(); }));
+  }
   widgets_ = std::make_unique<WidgetSnapshotWriter>(
       paths.sharedFolder, [this] { return widgetSnapshot(); }, desktop.scheduler, notices_);
   engine_->onClockChange = [this] {
@@ -111,6 +120,7 @@ void ServiceSet::start() {
   digest_->start();
   daily_->start();
   monitor_->start();
+  menuBar_->start();
   widgets_->start();
   armMidnight();
 }
@@ -119,6 +129,7 @@ void ServiceSet::quit() {
   engine_->stop();
   midnight_.cancel();
   widgets_->stop();
+  menuBar_->stop();
   monitor_->stop();
   daily_->stop();
   digest_->stop();
@@ -168,7 +179,29 @@ WidgetSnapshot ServiceSet::widgetSnapshot() {
   }
   snapshot.appearance = settings_.theme();
   snapshot.language = settings_.uiLanguage();
+  snapshot.chip = menuBar_->chip();
   return snapshot;
+}
+
+MenuBarTitle::Input ServiceSet::menuBarInput() {
+  const Instant now = desktop_.clock.now();
+  const DateInterval today = calendar_.dayInterval(now);
+  MenuBarTitle::Input input;
+  input.mode = menuBarDisplayFromRaw(settings_.menuBarDisplay(kMenuBarDisplayModes));
+  input.language = language();
+  input.warnRatio = settings_.limitWarnRatio();
+  input.dayBudgetSeconds = settings_.dayBudgetSeconds();
+  input.todaySeconds = figures_->totalSeconds(today.start, now);
+  const CategoryDirectory directory = CategoryDirectory::of(categories_, input.language);
+  for (const CategoryChange& change :
+       figures_->categoryChanges(today.start, now, today.start, today.start)) {
+    if (directory.focus(change.category) == FocusLabel::focus)
+      input.focusedSeconds += change.current;
+  }
+  const auto& open = engine_->recorder().openSegment();
+  if (open && !engine_->isPaused()) input.currentAppName = open->context.appName;
+  input.progress = monitor_->progress();
+  return input;
 }
 
 void ServiceSet::armMidnight() {

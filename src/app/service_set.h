@@ -2,10 +2,10 @@
 // of the process: settings, the store (schema brought up to date, then the retention purge),
 // categories with the user's rules, the limits, exclusions and the context resolver, the
 // tracking engine (started once the store is open), the weekly digest, the daily summary, the
-// limit monitor, the notification router and the widget snapshot writer. Purges again and
-// announces a new day when the day, the zone or the clock changes (a midnight slept through is
-// caught on wake), and stops in order on quit. The browser tab reader follows the user's
-// accessibility opt-in ("velto.accessibilityRequested").
+// limit monitor, the notification router, the menu-bar chip and the widget snapshot writer. Purges
+// again and announces a new day when the day, the zone or the clock changes (a midnight slept
+// through is caught on wake), and stops in order on quit. The browser tab reader follows the
+// user's accessibility opt-in ("velto.accessibilityRequested").
 //
 // The desktop (real or scripted) and the time base are handed in, so the same wiring runs the
 // recorder on a real session, in tests and in velto-replay.
@@ -37,6 +37,7 @@
 #include "summaries/daily_summary.h"
 #include "summaries/notification_router.h"
 #include "summaries/weekly_digest.h"
+#include "surfaces/menu_bar_model.h"
 #include "surfaces/settings.h"
 #include "surfaces/widget_snapshot.h"
 
@@ -96,6 +97,11 @@ class ServiceSet {
   LimitMonitor& limitMonitor() { return *monitor_; }
   NotificationRouter& router() { return router_; }
   ReportFigures& figures() { return *figures_; }
+  // The tray chip, refreshed every 30 s and when the data, limits or chip settings change; the
+  // tray sets its onChange.
+  MenuBarModel& menuBar() { return *menuBar_; }
+  // Today's figures and the chip settings the menu-bar title is computed from.
+  MenuBarTitle::Input menuBarInput();
   // The interface language for every text ("velto.uiLanguage", or the session's).
   std::string language() const;
   // Today's figures for other programs (widget-snapshot.json).
@@ -136,6 +142,8 @@ class ServiceSet {
   std::unique_ptr<LimitMonitor> monitor_;
   NotificationRouter router_;
   std::unique_ptr<WidgetSnapshotWriter> widgets_;
+  std::unique_ptr<MenuBarModel> menuBar_;
+  std::vector<Subscription> menuBarTriggers_;
   Timer midnight_;
   Instant midnightDue_{};  // the midnight midnight_ waits for
   Subscription tabReadingChanged_;

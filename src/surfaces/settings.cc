@@ -248,6 +248,17 @@ bool Settings::aiSummaryEnabled() const {
 void Settings::setAiSummaryEnabled(bool enabled) {
   store(keys::kAiSummaryEnabled, enabled);
 }
+std::optional<std::string> Settings::aiModelEndpoint() const {
+  std::optional<std::string> address = stringOf(file_.value(keys::kAiModelEndpoint));
+  if (!address || address->find_first_not_of(" \t") == std::string::npos) return std::nullopt;
+  return address;
+}
+void Settings::setAiModelEndpoint(std::string_view address) {
+  store(keys::kAiModelEndpoint, address);
+}
+void Settings::clearAiModelEndpoint() {
+  erase(keys::kAiModelEndpoint);
+}
 
 // --- Menu bar and appearance ---
 

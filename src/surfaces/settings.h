@@ -111,6 +111,11 @@ class Settings {
   // Default false: the summary is written by a local model, so it is opt-in.
   bool aiSummaryEnabled() const;
   void setAiSummaryEnabled(bool enabled);
+  // The address of a loopback chat endpoint for the written summary; none (absent, not a string
+  // or blank): the built-in writer. Whether the address is loopback is checked where it is used.
+  std::optional<std::string> aiModelEndpoint() const;
+  void setAiModelEndpoint(std::string_view address);
+  void clearAiModelEndpoint();
 
   // --- Menu bar and appearance ---
   // The stored display mode when it is one of `modes`, else modes.front(); the menu bar owns the

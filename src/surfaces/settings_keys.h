@@ -37,6 +37,9 @@ inline constexpr std::string_view kDigestHour = "velto.digestHour";
 inline constexpr std::string_view kDigestDeliveredWeek = "velto.digestDeliveredWeek";
 inline constexpr std::string_view kDigestVariant = "velto.digestVariant";
 inline constexpr std::string_view kAiSummaryEnabled = "velto.aiSummaryEnabled";
+// An OpenAI-compatible chat endpoint on this computer that writes the summary instead of the
+// built-in writer.
+inline constexpr std::string_view kAiModelEndpoint = "velto.aiModelEndpoint";
 
 // Menu bar and appearance.
 inline constexpr std::string_view kMenuBarDisplay = "velto.menuBarDisplay";
@@ -76,6 +79,7 @@ inline constexpr std::string_view kAll[] = {kIsPaused,
                                             kDigestDeliveredWeek,
                                             kDigestVariant,
                                             kAiSummaryEnabled,
+                                            kAiModelEndpoint,
                                             kMenuBarDisplay,
                                             kDayBudgetSeconds,
                                             kUiLanguage,

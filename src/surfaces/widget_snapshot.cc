@@ -55,6 +55,9 @@ nlohmann::ordered_json toJson(const WidgetSnapshot& s) {
   }
   json["appearance"] = s.appearance;
   json["language"] = s.language;
+  if (s.chip) {
+    json["chip"] = {{"text", s.chip->text}, {"tone", std::string(rawValue(s.chip->tone))}};
+  }
   return json;
 }
 

@@ -1,7 +1,8 @@
 // Today's figures for status-bar modules and widgets in other processes, which cannot open the
 // store: "widget-snapshot.json" in the shared folder, rewritten atomically on start, when the
 // recorded data changes and every 60 s. Dates are ISO 8601 (UTC); colours six upper-case hex
-// digits. Keys keep the order below; other programs read this file.
+// digits. Keys keep the order below; other programs read this file. "chip" ({"text", "tone"})
+// follows the widget's keys and is left out while the chip shows the mark only.
 #pragma once
 
 #include <filesystem>
@@ -15,6 +16,7 @@
 #include "base/notice_bus.h"
 #include "base/scheduler.h"
 #include "base/time.h"
+#include "surfaces/menu_bar_title.h"
 
 namespace velto {
 
@@ -48,6 +50,8 @@ struct WidgetSnapshot {
   std::vector<DaySlice> week;
   std::string appearance = "auto";
   std::string language = "auto";
+  // The tray chip as the recorder shows it, for status-bar modules; none: the mark only.
+  std::optional<MenuBarChip> chip;
 };
 
 nlohmann::ordered_json toJson(const WidgetSnapshot& snapshot);

@@ -52,6 +52,25 @@ TEST_F(ServiceSetTest, RecordsIntoTheStoreFromLaunchToQuit) {
   EXPECT_DOUBLE_EQ(rows[0].seconds, 600);
 }
 
+TEST_F(ServiceSetTest, KeepsTheTrayChipCurrentForTheSnapshot) {
+  front.setSilently(RunningApplication{"code", "Code", 1});
+  make();
+  services->settings().setMenuBarDisplay("currentApp");
+  services->start();
+  scheduler.advanceBy(30);
+  ASSERT_TRUE(services->menuBar().chip());
+  EXPECT_EQ(services->menuBar().chip()->text, "Code");
+  EXPECT_EQ(services->widgetSnapshot().chip, services->menuBar().chip());
+
+  // A setting change shows at once, without waiting for the next tick.
+  services->settings().setMenuBarDisplay("todayTotal");
+  EXPECT_EQ(services->menuBar().chip()->text, "30s");
+  services->settings().setMenuBarDisplay("off");
+  EXPECT_FALSE(services->menuBar().chip());
+  EXPECT_FALSE(services->widgetSnapshot().chip);
+  services->quit();
+}
+
 TEST_F(ServiceSetTest, PurgesAtLaunchAndAgainAtMidnight) {
   make();
   const ActivityContext old{"code", "Code", {}, {}, {}, {}};

@@ -297,6 +297,15 @@ def scenario(s):
 
     # The checkpoint is written at the first heartbeat, 60 s after start.
     s.pause(max(0.0, 64 - (time.monotonic() - started)))
+    bar = s.velto("status", "--format", "waybar").stdout
+    try:
+        module = json.loads(bar)
+    except ValueError:
+        module = {}
+    s.check(bar.count("\n") == 1 and module.get("alt") == "recording"
+            and "Alpha" in module.get("tooltip", "") and "Beta Studio" in module.get("tooltip", "")
+            and module.get("class") in ("calm", "near", "over") and module.get("text"),
+            "velto status --format waybar prints one line with today's apps for a bar module", bar)
     recorder.send_signal(signal.SIGKILL)
     recorder.wait()
     before = len(s.segments())

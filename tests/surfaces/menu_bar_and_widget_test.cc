@@ -138,6 +138,9 @@ TEST(WidgetSnapshotTest, KeysInOrderIsoDatesAndHexColours) {
   s.changeRatio = -0.25;
   EXPECT_NE(toJson(s).dump().find(R"("totalSeconds":5400.0,"changeRatio":-0.25,"categories")"),
             std::string::npos);
+  s.chip = MenuBarChip{"1h 30m", MenuBarChipTone::near};
+  EXPECT_TRUE(
+      toJson(s).dump().ends_with(R"("language":"de","chip":{"text":"1h 30m","tone":"near"}})"));
 }
 
 TEST(WidgetSnapshotTest, WrittenOnStartOnChangesAndEveryMinuteOrNotAtAll) {

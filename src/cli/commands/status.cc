@@ -1,5 +1,5 @@
-// `velto status [--json]`: whether a recorder runs, whether tracking is paused, and which
-// desktop sources work in this session.
+// `velto status [--json | --format waybar]`: whether a recorder runs, whether tracking is paused,
+// and which desktop sources work in this session; or today's chip as one line for a waybar module.
 #include <QCoreApplication>
 #include <cstdio>
 #include <nlohmann/json.hpp>
@@ -10,6 +10,7 @@
 #include "base/strings.h"
 #include "cli/command.h"
 #include "cli/commands/recorder_presence.h"
+#include "cli/commands/waybar_source.h"
 #include "platform/linux/atspi_tab_reader.h"
 #include "platform/linux/linux_desktop.h"
 #include "surfaces/settings.h"
@@ -25,18 +26,28 @@ void out(const std::string& text) {
 
 int status(const Invocation& invocation) {
   bool json = false;
-  for (const std::string& arg : invocation.args) {
-    if (arg != "--json") {
+  bool waybar = false;
+  const std::vector<std::string>& args = invocation.args;
+  for (size_t i = 0; i < args.size(); ++i) {
+    if (args[i] == "--json") {
+      json = true;
+    } else if (args[i] == "--format" && i + 1 < args.size() && args[i + 1] == "waybar") {
+      waybar = true;
+      ++i;
+    } else {
       std::fprintf(stderr, "%s\n",
-                   i18n::text(invocation.language, "recorder.badOption %@", arg).c_str());
+                   i18n::text(invocation.language, "recorder.badOption %@", args[i]).c_str());
       return 2;
     }
-    json = true;
   }
   const std::string& language = invocation.language;
   const ServicePaths paths = defaultServicePaths();
   const std::optional<int> recorder =
       RecorderLock(paths.sharedFolder.value_or(paths.settingsFile.parent_path())).holder();
+  if (waybar) {
+    out(waybarStatusLine(language, recorder.has_value()));
+    return 0;
+  }
   NoticeBus notices;
   Settings settings(paths.settingsFile, notices);
   const bool paused = settings.isPaused();

@@ -1,0 +1,105 @@
+// `velto summary`: a few written sentences about a day, week, month, year or range, from the
+// report's facts by the language model the settings choose; --facts prints the numbered facts.
+#include <QCoreApplication>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "base/strings.h"
+#include "cli/command.h"
+#include "cli/commands/report_session.h"
+#include "platform/linux/qt_scheduler.h"
+#include "reports/usage_report.h"
+#include "summaries/written_summary.h"
+
+namespace velto::cli {
+
+namespace {
+
+const std::vector<std::string> kValued = {"--period", "--date", "--from", "--to", "--preset"};
+
+void print(const std::string& text) {
+  std::fputs(text.c_str(), stdout);
+  std::fputc('\n', stdout);
+}
+
+int runSummary(const Invocation& invocation) {
+  const std::string& language = invocation.language;
+  Result<ParsedOptions> options = parseOptions(invocation.args, kValued, {"--json", "--facts"});
+  if (!options || !options->positional.empty()) {
+    complain(i18n::text(language, "cli.badOption %@",
+                        options ? options->positional.front() : options.error()));
+    return 2;
+  }
+  ReportSession session(language);
+  const Instant now = session.clock.now();
+  Result<ReportPeriod> period = periodFromOptions(*options, session.calendar, now);
+  if (!period) {
+    complain(i18n::text(language, "cli.badOption %@", period.error()));
+    return 2;
+  }
+  UsageSource source(session.store, session.calendar);
+  FigureInputs inputs{session.calendar, *session.resolver, session.directory, language, now,
+                      std::nullopt,     Uuid::random()};
+  Result<std::vector<CategoryRule>> rules = session.store.categoryRules();
+  inputs.categoriesUseTitles = !rules || hasKeywordRules(*rules);
+  Result<UsageFigures> figures = buildFigures(source, *period, inputs);
+  if (!figures) {
+    complain(i18n::text(language, "cli.report.failed %@", figures.error()));
+    return 1;
+  }
+  const bool json = options->has("--json");
+  const std::vector<std::string> facts = factLines(summaryFacts(*figures), language);
+  if (options->has("--facts")) {
+    if (json) {
+      print(nlohmann::json{{"facts", facts}}.dump(2));
+    } else {
+      for (size_t i = 0; i < facts.size(); ++i) print(std::to_string(i + 1) + ". " + facts[i]);
+    }
+    return 0;
+  }
+
+  int argc = 1;
+  char name[] = "velto";
+  char* argv[] = {name, nullptr};
+  QCoreApplication application(argc, argv);
+  platform::QtScheduler scheduler(session.clock);
+  std::unique_ptr<LanguageModel> model = languageModelFor(session.settings, scheduler);
+  WrittenSummary summary(*model);
+  summary.onChange = [&] {
+    if (!summary.working()) QCoreApplication::quit();
+  };
+  summary.generate(*figures, language);
+  if (summary.working()) application.exec();
+
+  if (summary.failure()) {
+    complain(i18n::text(language, "cli.summary.failed %@", *summary.failure()));
+    return 1;
+  }
+  if (json) {
+    nlohmann::json document;
+    document["period"] = figures->label;
+    document["facts"] = facts;
+    document["sentences"] = summary.sentences();
+    document["notice"] = summary.notice() ? nlohmann::json(*summary.notice()) : nlohmann::json();
+    print(document.dump(2));
+    return 0;
+  }
+  if (summary.notice()) {
+    complain(*summary.notice());
+    return 0;
+  }
+  std::string text;
+  for (const std::string& sentence : summary.sentences()) {
+    if (!text.empty()) text += ' ';
+    text += sentence;
+  }
+  print(text);
+  return 0;
+}
+
+const Registration registration(Command{"summary", "cli.summary.summary", "cli.summary.help",
+                                        runSummary});
+
+}  // namespace
+
+}  // namespace velto::cli

@@ -1,0 +1,67 @@
+#include "summaries/written_summary.h"
+
+#include "base/log.h"
+#include "base/strings.h"
+#include "summaries/endpoint_language_model.h"
+#include "summaries/fact_writer.h"
+
+namespace velto {
+
+std::unique_ptr<LanguageModel> languageModelFor(const Settings& settings, Scheduler& scheduler) {
+  if (std::optional<std::string> endpoint = settings.aiModelEndpoint()) {
+    return std::make_unique<EndpointLanguageModel>(std::move(*endpoint), scheduler);
+  }
+  return std::make_unique<FactWriter>(scheduler);
+}
+
+std::optional<SummaryRequest> summaryRequest(const UsageFigures& figures, std::string language) {
+  SummaryFacts facts = summaryFacts(figures);
+  const std::vector<std::string> lines = factLines(facts, language);
+  if (lines.empty()) return std::nullopt;
+  return SummaryRequest{summaryInstructions(language), summaryPrompt(lines), std::move(facts),
+                        std::move(language)};
+}
+
+WrittenSummary::WrittenSummary(LanguageModel& model) : model_(model) {}
+
+void WrittenSummary::generate(const UsageFigures& figures, const std::string& language) {
+  const int generation = ++*generation_;
+  failure_.reset();
+  notice_.reset();
+  std::optional<SummaryRequest> request = summaryRequest(figures, language);
+  if (!request) {
+    sentences_.clear();
+    working_ = false;
+    changed();
+    return;
+  }
+  working_ = true;
+  changed();
+  std::weak_ptr<int> alive = generation_;
+  model_.generate(std::move(*request),
+                  [this, alive, generation, language](Result<GeneratedSummary> answer) {
+                    const std::shared_ptr<int> current = alive.lock();
+                    if (!current || *current != generation) return;
+                    finish(std::move(answer), language);
+                  });
+}
+
+void WrittenSummary::finish(Result<GeneratedSummary> answer, const std::string& language) {
+  working_ = false;
+  sentences_.clear();
+  if (!answer) {
+    log::error("Day summary not generated: %{public}s", answer.error());
+    failure_ = answer.error();
+  } else if (answer->sentences.empty()) {
+    notice_ = i18n::text(language, "summary.empty");
+  } else {
+    sentences_ = std::move(answer).value().sentences;
+  }
+  changed();
+}
+
+void WrittenSummary::changed() {
+  if (onChange) onChange();
+}
+
+}  // namespace velto
