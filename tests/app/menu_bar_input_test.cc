@@ -1,5 +1,4 @@
-#include "app/menu_bar_input.h"
-
+// Today's figures the service set computes the tray chip from.
 #include <gtest/gtest.h>
 
 #include "app/service_set.h"
@@ -42,7 +41,7 @@ TEST(MenuBarInputTest, GathersTodayFromRowsTheRunningSegmentAndSettings) {
   services.start();
   scheduler.advanceBy(1800);
 
-  const MenuBarTitle::Input input = menuBarInput(services);
+  const MenuBarTitle::Input input = services.menuBarInput();
   EXPECT_EQ(input.mode, MenuBarDisplay::focused);
   EXPECT_DOUBLE_EQ(input.todaySeconds, 3600 + 1800);
   EXPECT_DOUBLE_EQ(input.focusedSeconds, 1800) << "the running coding segment";
@@ -54,7 +53,7 @@ TEST(MenuBarInputTest, GathersTodayFromRowsTheRunningSegmentAndSettings) {
   EXPECT_EQ(input.language, services.language());
 
   services.engine().setPaused(true);
-  EXPECT_FALSE(menuBarInput(services).currentAppName) << "nothing is recorded while paused";
+  EXPECT_FALSE(services.menuBarInput().currentAppName) << "nothing is recorded while paused";
   services.quit();
 }
 

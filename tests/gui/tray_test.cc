@@ -69,6 +69,24 @@ TEST_F(TrayTest, ChipFollowsTheDisplayModeAndTheBudget) {
   EXPECT_EQ(tray.chip()->text, "Code") << "a settings change refreshes at once";
 }
 
+TEST_F(TrayTest, ShowsTheServiceSetsChipAndLetsGoOfItWhenGone) {
+  PauseActions pause(*scripted.services);
+  {
+    TrayController tray(*scripted.services, pause, {});
+    EXPECT_EQ(&tray.chip(), &scripted.services->menuBar().chip()) << "one chip per process";
+    EXPECT_TRUE(scripted.services->menuBar().onChange);
+    // The service set's 30-s refresh reaches the tray without the tray asking.
+    scripted.services->settings().setMenuBarDisplay("todayTotal");
+    scripted.scheduler.advanceBy(30);
+    ASSERT_TRUE(tray.chip());
+    EXPECT_EQ(tray.chip()->text, "30s");
+  }
+  EXPECT_FALSE(scripted.services->menuBar().onChange);
+  scripted.scheduler.advanceBy(60);
+  scripted.services->settings().setMenuBarDisplay("currentApp");
+  EXPECT_EQ(scripted.services->menuBar().chip()->text, "Code") << "the set keeps refreshing";
+}
+
 TEST_F(TrayTest, MenuOffersPauseOrResume) {
   PauseActions pause(*scripted.services);
   int reports = 0;

@@ -6,7 +6,6 @@
 #include <QPalette>
 #include <QSystemTrayIcon>
 
-#include "app/menu_bar_input.h"
 #include "app/service_set.h"
 #include "base/notices.h"
 #include "base/strings.h"
@@ -18,27 +17,30 @@
 namespace velto::gui {
 
 TrayController::TrayController(ServiceSet& services, PauseActions& pause, TrayCallbacks callbacks)
-    : services_(services),
-      pause_(pause),
-      callbacks_(std::move(callbacks)),
-      model_(
-          services.scheduler(), [&services] { return menuBarInput(services); },
-          [this] { return darkPanel(); }) {
-  model_.onChange = [this](const std::optional<MenuBarChip>&) {
+    : services_(services), pause_(pause), callbacks_(std::move(callbacks)) {
+  services_.menuBar().onChange = [this](const std::optional<MenuBarChip>&) {
     updateIcon();
     updateTexts();
   };
   buildMenu();
+  // The service set refreshes the chip on these itself (and calls onChange when it moved); the
+  // menu lines, the pause state and the panel's shade can change while the chip stays.
   for (std::string_view name :
        {std::string_view(notices::kSegmentsDidChange), std::string_view(notices::kDayDidChange),
-        keys::kMenuBarDisplay, keys::kDayBudgetSeconds, keys::kLimits, keys::kLimitWarnRatio,
         keys::kTheme, keys::kUiLanguage, keys::kIsPaused, keys::kPausedUntil}) {
-    subscriptions_.push_back(services_.notices().subscribe(name, [this] { refresh(); }));
+    subscriptions_.push_back(services_.notices().subscribe(name, [this] {
+      updateIcon();
+      updateTexts();
+    }));
   }
 }
 
 TrayController::~TrayController() {
-  model_.stop();
+  services_.menuBar().onChange = nullptr;
+}
+
+const std::optional<MenuBarChip>& TrayController::chip() const {
+  return services_.menuBar().chip();
 }
 
 bool TrayController::hostAvailable() {
@@ -81,14 +83,13 @@ void TrayController::show() {
                        callbacks_.openReport();
                      }
                    });
-  model_.start();
   updateIcon();
   updateTexts();
   icon_->show();
 }
 
 void TrayController::refresh() {
-  model_.refresh();
+  services_.menuBar().refresh();
   updateIcon();
   updateTexts();
 }
@@ -110,12 +111,12 @@ void TrayController::updateTexts() {
     action->setVisible(!state_.paused);
   }
   resume_->setVisible(state_.paused);
-  if (icon_) icon_->setToolTip(qtext(trayTooltip(model_.chip(), state_)));
+  if (icon_) icon_->setToolTip(qtext(trayTooltip(chip(), state_)));
 }
 
 void TrayController::updateIcon() {
   if (!icon_) return;
-  icon_->setIcon(chipIcon(model_.chip(), darkPanel()));
+  icon_->setIcon(chipIcon(chip(), darkPanel()));
 }
 
 bool TrayController::darkPanel() const {

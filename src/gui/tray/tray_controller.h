@@ -1,7 +1,8 @@
-// The tray icon: the chip of the menu-bar model drawn into the icon and the tooltip (refreshed
-// every 30 s by the model and at once on store, settings and engine changes), and the menu:
-// today's total, what is in front, the pause choices, the report, settings and quit.
-// Thread: GUI thread. The services and the pause actions outlive the controller.
+// The tray icon: the service set's menu-bar chip (one computation per process, refreshed every
+// 30 s and on data, limit and chip-setting changes) drawn into the icon and the tooltip, and the
+// menu: today's total, what is in front, the pause choices, the report, settings and quit.
+// Thread: GUI thread. The services and the pause actions outlive the controller; while it lives
+// the controller owns the chip model's onChange.
 #pragma once
 
 #include <QObject>
@@ -12,7 +13,7 @@
 
 #include "base/notice_bus.h"
 #include "gui/tray/tray_menu_model.h"
-#include "surfaces/menu_bar_model.h"
+#include "surfaces/menu_bar_title.h"
 
 class QAction;
 class QMenu;
@@ -38,11 +39,11 @@ class TrayController : public QObject {
   static bool hostAvailable();
 
   void show();
-  // Recomputes the chip and the menu texts now.
+  // Recomputes the service set's chip and the menu texts now.
   void refresh();
 
   QMenu* menu() const { return menu_.get(); }
-  const std::optional<MenuBarChip>& chip() const { return model_.chip(); }
+  const std::optional<MenuBarChip>& chip() const;
   const TrayMenuState& state() const { return state_; }
   QSystemTrayIcon* icon() const { return icon_.get(); }
 
@@ -55,7 +56,6 @@ class TrayController : public QObject {
   ServiceSet& services_;
   PauseActions& pause_;
   TrayCallbacks callbacks_;
-  MenuBarModel model_;
   TrayMenuState state_;
   std::unique_ptr<QMenu> menu_;
   std::unique_ptr<QSystemTrayIcon> icon_;

@@ -1,6 +1,5 @@
 #include "gui/tray/tray_menu_model.h"
 
-#include "app/menu_bar_input.h"
 #include "app/service_set.h"
 #include "base/strings.h"
 #include "gui/shell/local_time_text.h"
@@ -9,7 +8,7 @@
 namespace velto::gui {
 
 TrayMenuState trayMenuState(ServiceSet& services) {
-  const MenuBarTitle::Input input = menuBarInput(services);
+  const MenuBarTitle::Input input = services.menuBarInput();
   const std::string& lang = input.language;
   TrayMenuState state;
   state.todayText =
