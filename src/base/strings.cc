@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <map>
+#include <mutex>
 #include <nlohmann/json.hpp>
 
 #include "base/log.h"
@@ -16,32 +17,38 @@ namespace {
 
 using Catalog = std::map<std::string, std::string, std::less<>>;
 
-const std::map<std::string, Catalog, std::less<>>& catalogs() {
-  static const auto all = [] {
-    std::map<std::string, Catalog, std::less<>> out;
-    for (const auto& [language, text] : embeddedCatalogs()) {
-      Catalog catalog;
-      nlohmann::json json = nlohmann::json::parse(text, nullptr, false);
-      if (!json.is_object()) {
-        log::error("String catalog %{public}s is not a JSON object", std::string(language));
-      } else {
-        for (const auto& [key, value] : json.items()) {
-          if (value.is_string()) catalog.emplace(key, value.get<std::string>());
-        }
-      }
-      out.emplace(std::string(language), std::move(catalog));
-    }
-    return out;
-  }();
-  return all;
+Catalog parse(std::string_view language, std::string_view text) {
+  Catalog catalog;
+  nlohmann::json json = nlohmann::json::parse(text, nullptr, false);
+  if (!json.is_object()) {
+    log::error("String catalog %{public}s is not a JSON object", std::string(language));
+    return catalog;
+  }
+  for (const auto& [key, value] : json.items()) {
+    if (value.is_string()) catalog.emplace(key, value.get<std::string>());
+  }
+  return catalog;
+}
+
+// A language's catalog, parsed on its first use (a process mostly needs one or two of them).
+// Catalogs are never changed or dropped once parsed, so the pointer stays valid.
+const Catalog* catalogOf(std::string_view language) {
+  static std::mutex mutex;
+  static std::map<std::string, Catalog, std::less<>> parsed;
+  std::lock_guard lock(mutex);
+  if (auto found = parsed.find(language); found != parsed.end()) return &found->second;
+  for (const auto& [name, text] : embeddedCatalogs()) {
+    if (name == language)
+      return &parsed.emplace(std::string(name), parse(name, text)).first->second;
+  }
+  return nullptr;
 }
 
 const std::string* find(std::string_view language, std::string_view key) {
-  const auto& all = catalogs();
-  auto catalog = all.find(language);
-  if (catalog == all.end()) return nullptr;
-  auto entry = catalog->second.find(key);
-  return entry == catalog->second.end() ? nullptr : &entry->second;
+  const Catalog* catalog = catalogOf(language);
+  if (catalog == nullptr) return nullptr;
+  auto entry = catalog->find(key);
+  return entry == catalog->end() ? nullptr : &entry->second;
 }
 
 bool isSupported(std::string_view code) {
@@ -95,9 +102,8 @@ bool has(std::string_view language, std::string_view key) {
 
 std::vector<std::string> keys(std::string_view language) {
   std::vector<std::string> out;
-  const auto& all = catalogs();
-  if (auto catalog = all.find(language); catalog != all.end()) {
-    for (const auto& [key, value] : catalog->second) out.push_back(key);
+  if (const Catalog* catalog = catalogOf(language)) {
+    for (const auto& [key, value] : *catalog) out.push_back(key);
   }
   return out;
 }

@@ -64,26 +64,29 @@ const DurationText& DurationText::forLanguage(std::string_view languageCode) {
   return *found->second;
 }
 
-DurationText::DurationText(std::string_view language) : units_(unitsFor(language)) {
-  UErrorCode status = U_ZERO_ERROR;
-  // Grouping follows the language, digits stay ASCII like those of hour counts below 1000.
-  icu::Locale locale(std::string(language).c_str());
-  locale.setKeywordValue("numbers", "latn", status);
-  grouping_.reset(icu::NumberFormat::createInstance(locale, status));
-  if (U_FAILURE(status) || grouping_ == nullptr) {
-    log::error("No ICU number format for %{public}s: %{public}s", std::string(language),
-               std::string(u_errorName(status)));
-    grouping_.reset();
-    return;
-  }
-  grouping_->setGroupingUsed(true);
-  grouping_->setMaximumFractionDigits(0);
-}
+DurationText::DurationText(std::string_view language)
+    : units_(unitsFor(language)), language_(language) {}
 
 DurationText::~DurationText() = default;
 
 std::string DurationText::hoursNumber(long long hours) const {
-  if (hours < kFirstGroupedHours || grouping_ == nullptr) return std::to_string(hours);
+  if (hours < kFirstGroupedHours) return std::to_string(hours);
+  std::call_once(groupingMade_, [this] {
+    UErrorCode status = U_ZERO_ERROR;
+    // Grouping follows the language, digits stay ASCII like those of hour counts below 1000.
+    icu::Locale locale(language_.c_str());
+    locale.setKeywordValue("numbers", "latn", status);
+    grouping_.reset(icu::NumberFormat::createInstance(locale, status));
+    if (U_FAILURE(status) || grouping_ == nullptr) {
+      log::error("No ICU number format for %{public}s: %{public}s", language_,
+                 std::string(u_errorName(status)));
+      grouping_.reset();
+      return;
+    }
+    grouping_->setGroupingUsed(true);
+    grouping_->setMaximumFractionDigits(0);
+  });
+  if (grouping_ == nullptr) return std::to_string(hours);
   icu::UnicodeString text;
   grouping_->format(static_cast<int64_t>(hours), text);
   std::string out;

@@ -12,6 +12,7 @@
 #include <unicode/uversion.h>
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -53,8 +54,11 @@ class DurationText {
   std::string hoursNumber(long long hours) const;
 
   Units units_;
-  // Null when ICU has no formatter for the locale; hour counts are then plain digits.
-  std::unique_ptr<icu::NumberFormat> grouping_;
+  std::string language_;
+  // Made on the first hour count that needs grouping (ICU's formatters are large, and the
+  // recorder rarely needs one). Null when ICU has none for the locale: plain digits then.
+  mutable std::once_flag groupingMade_;
+  mutable std::unique_ptr<icu::NumberFormat> grouping_;
 };
 
 }  // namespace velto
