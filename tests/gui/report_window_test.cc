@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "gui/scripted_services.h"
+#include "gui/shell/window_state.h"
 
 namespace velto::gui {
 namespace {
@@ -15,16 +16,28 @@ TEST(ReportWindowTest, OpensOverAnEmptyStore) {
   EXPECT_FALSE(window.windowTitle().isEmpty());
 }
 
-TEST(ReportWindowTest, RemembersItsTabInTheDataFolder) {
+TEST(ReportWindowTest, KeepsItsTabAndGeometryInTheShellsWindowState) {
   testing::ScriptedServices scripted;
+  const std::filesystem::path data = scripted.dir.path() / "data";
   {
-    ReportWindow window(*scripted.services);
+    WindowState state(data);
+    ReportWindow window(*scripted.services, &state);
     window.showTab(ReportWindow::Tab::trends);
+    window.resize(1000, 700);
+    window.show();
     window.close();
   }
-  EXPECT_TRUE(std::filesystem::exists(scripted.dir.path() / "data" / "report-window.json"));
-  ReportWindow reopened(*scripted.services);
+  EXPECT_TRUE(std::filesystem::exists(data / "window-state.json"));
+  EXPECT_FALSE(std::filesystem::exists(data / "report-window.json")) << "one state file";
+  WindowState state(data);
+  EXPECT_EQ(state.number(QStringLiteral("report"), QStringLiteral("tab")),
+            static_cast<int>(ReportWindow::Tab::trends));
+  ReportWindow reopened(*scripted.services, &state);
   EXPECT_EQ(reopened.currentTab(), ReportWindow::Tab::trends);
+  EXPECT_EQ(reopened.size(), QSize(1000, 700));
+  // Without a state handed in, the window reads the same file over the store's folder.
+  ReportWindow alone(*scripted.services);
+  EXPECT_EQ(alone.currentTab(), ReportWindow::Tab::trends);
 }
 
 }  // namespace

@@ -15,10 +15,9 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 #include <cmath>
-#include <nlohmann/json.hpp>
+#include <filesystem>
 
 #include "app/service_set.h"
-#include "base/files.h"
 #include "base/log.h"
 #include "base/notices.h"
 #include "gui/report/buckets_model.h"
@@ -33,13 +32,22 @@
 #include "gui/report/timeline_strip.h"
 #include "gui/report/trends_panel.h"
 #include "gui/report/usage_rows_model.h"
+#include "gui/shell/window_state.h"
 #include "surfaces/settings_keys.h"
 
 namespace velto::gui {
 
 namespace {
 
-constexpr const char* kStateFileName = "report-window.json";
+// The report's entry in the window state, and its last tab's field there.
+const QString kStateName = QStringLiteral("report");
+const QString kTabField = QStringLiteral("tab");
+
+std::optional<std::filesystem::path> dataFolder(ServiceSet& services) {
+  const std::optional<std::filesystem::path>& store = services.persistence().file();
+  if (!store) return std::nullopt;
+  return store->parent_path();
+}
 
 QTreeView* rowsView(UsageRowsModel& model, const QString& name, QWidget* parent) {
   auto* view = new QTreeView(parent);
@@ -76,9 +84,11 @@ void keepingPlace(QTreeView* view, const std::function<void()>& reset) {
 
 }  // namespace
 
-ReportWindow::ReportWindow(ServiceSet& services, QWidget* parent)
+ReportWindow::ReportWindow(ServiceSet& services, WindowState* state, QWidget* parent)
     : QWidget(parent),
       services_(services),
+      ownState_(state ? nullptr : std::make_unique<WindowState>(dataFolder(services))),
+      state_(state ? state : ownState_.get()),
       language_(services.language()),
       navigator_(services.calendar(), services.clock().now()) {
   setWindowTitle(uiText(language_, "main.window.title"));
@@ -383,47 +393,26 @@ void ReportWindow::openExport() {
   dialog.exec();
 }
 
-std::optional<std::filesystem::path> ReportWindow::stateFile() const {
-  const std::optional<std::filesystem::path>& store = services_.persistence().file();
-  if (!store) return std::nullopt;
-  return store->parent_path() / kStateFileName;
-}
-
 void ReportWindow::restoreState() {
-  resize(900, 640);
-  const std::optional<std::filesystem::path> file = stateFile();
-  if (!file) return;
-  Result<std::string> text = files::readAll(*file);
-  if (!text) return;
-  const nlohmann::json state = nlohmann::json::parse(*text, nullptr, false);
-  if (!state.is_object()) return;
-  if (state.contains("geometry") && state["geometry"].is_string()) {
-    restoreGeometry(
-        QByteArray::fromBase64(QByteArray::fromStdString(state["geometry"].get<std::string>())));
-  }
-  if (state.contains("tab") && state["tab"].is_number_integer()) {
-    const int tab = state["tab"].get<int>();
-    if (tab >= 0 && tab < tabs_->count()) tabs_->setCurrentIndex(tab);
+  if (!state_->remember(this, kStateName)) resize(sizeHint().expandedTo(QSize(960, 640)));
+  if (const std::optional<int> tab = state_->number(kStateName, kTabField);
+      tab && *tab >= 0 && *tab < tabs_->count()) {
+    tabs_->setCurrentIndex(*tab);
   }
 }
 
-void ReportWindow::saveState() {
-  const std::optional<std::filesystem::path> file = stateFile();
-  if (!file) return;
-  const nlohmann::json state{{"geometry", saveGeometry().toBase64().toStdString()},
-                             {"tab", tabs_->currentIndex()}};
-  if (Status saved = files::writeAtomically(*file, state.dump(2)); !saved) {
-    log::error("Could not save the report window: %{public}s", saved.error());
-  }
+// The geometry is saved by the window state itself when the window hides or closes.
+void ReportWindow::saveTab() {
+  state_->setNumber(kStateName, kTabField, tabs_->currentIndex());
 }
 
 void ReportWindow::closeEvent(QCloseEvent* event) {
-  saveState();
+  saveTab();
   QWidget::closeEvent(event);
 }
 
 void ReportWindow::hideEvent(QHideEvent* event) {
-  if (!event->spontaneous()) saveState();
+  if (!event->spontaneous()) saveTab();
   QWidget::hideEvent(event);
 }
 

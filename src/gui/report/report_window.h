@@ -5,16 +5,15 @@
 // UsageReport, which reloads on store changes, rule changes, a new day and every minute; while
 // a context menu or an edit's question is up, reloads are held and run when it closes.
 //
-// Geometry and the last tab are kept in "report-window.json" in the data folder (not in the
-// settings file: they are the window's own state, not the user's choices); with a memory-only
-// store nothing is kept.
+// Geometry and the last tab are kept under "report" in the shell's WindowState
+// ("window-state.json" in the data folder, not the settings file: they are the window's own
+// state, not the user's choices); with a memory-only store nothing is kept.
 //
 // Thread: main (GUI) thread. The service set outlives the window.
 #pragma once
 
 #include <QWidget>
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -43,13 +42,17 @@ class PeriodPicker;
 class TimelineStrip;
 class TrendsPanel;
 class UsageRowsModel;
+class WindowState;
 
 class ReportWindow : public QWidget {
   Q_OBJECT
  public:
   enum class Tab { overview, timeline, apps, categories, sites, hours, trends };
 
-  explicit ReportWindow(ServiceSet& services, QWidget* parent = nullptr);
+  // `state` none: the window keeps its own WindowState over the store's folder. A given one
+  // outlives the window.
+  explicit ReportWindow(ServiceSet& services, WindowState* state = nullptr,
+                        QWidget* parent = nullptr);
   ~ReportWindow() override;
 
   // The day, week, month or year containing `anchor`.
@@ -99,11 +102,12 @@ class ReportWindow : public QWidget {
   void nameBlock(const TimelineBlock& block);
   void updateSummaryCard();
   void afterEdit(EditOutcome outcome);
-  std::optional<std::filesystem::path> stateFile() const;
   void restoreState();
-  void saveState();
+  void saveTab();
 
   ServiceSet& services_;
+  std::unique_ptr<WindowState> ownState_;
+  WindowState* state_;
   std::string language_;
   ReportPeriodNavigator navigator_;
   std::unique_ptr<UsageReport> report_;
