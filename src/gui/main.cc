@@ -77,8 +77,10 @@ int main(int argc, char** argv) {
     case Open::nothing:
       break;
     case Open::report:
-    case Open::reportWeek:
       app.openReport();
+      break;
+    case Open::reportWeek:
+      app.openWeekReport();
       break;
     case Open::settings:
       app.openSettings(options.pane);

@@ -12,6 +12,7 @@
 #include "base/notices.h"
 #include "gui/away/away_prompt.h"
 #include "gui/onboarding/onboarding_window.h"
+#include "gui/report/report_summary_writer.h"
 #include "gui/report/report_window.h"
 #include "gui/settings/autostart_file.h"
 #include "gui/settings/settings_window.h"
@@ -47,7 +48,7 @@ DesktopApp::DesktopApp(ServicePaths paths)
       stopSignals_([this] { quit(); }) {
   notifications_.setRouter(&services_.router());
   services_.router().onOpenToday = [this] { openReport(); };
-  services_.router().onOpenWeek = [this] { openReport(); };
+  services_.router().onOpenWeek = [this] { openWeekReport(); };
   services_.router().onOpenTodayOverview = [this] { openReport(); };
   services_.engine().onStateChange = [this] { engineStateChanged(); };
   services_.engine().onGapDecided = [](const AwayGap& gap, bool offered) {
@@ -127,13 +128,18 @@ void DesktopApp::raise(QWidget* window) {
 
 void DesktopApp::openReport() {
   if (!report_) {
-    report_ = new ReportWindow(services_);
+    report_ = new ReportWindow(services_, &windowState_);
     report_->setAttribute(Qt::WA_DeleteOnClose);
-    if (!windowState_.remember(report_, QStringLiteral("report"))) {
-      report_->resize(report_->sizeHint().expandedTo(QSize(960, 640)));
-    }
+    report_->setSummaryWriter(reportSummaryWriter(services_));
   }
   raise(report_);
+}
+
+void DesktopApp::openWeekReport() {
+  openReport();
+  report_->showPeriod(PeriodKind::week, services_.clock().now());
+  // The overview draws the week's days as bars; the timeline is for single days.
+  report_->showTab(ReportWindow::Tab::overview);
 }
 
 void DesktopApp::openSettings(std::string_view pane) {

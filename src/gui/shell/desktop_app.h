@@ -39,6 +39,8 @@ class DesktopApp : public QObject {
   void start();
 
   void openReport();
+  // The report on the week containing now, on its overview.
+  void openWeekReport();
   // `pane` empty: the last pane shown.
   void openSettings(std::string_view pane = {});
   void openOnboarding();
