@@ -47,9 +47,11 @@ DesktopApp::DesktopApp(ServicePaths paths)
       windowState_(paths.dataFolder),
       stopSignals_([this] { quit(); }) {
   notifications_.setRouter(&services_.router());
-  services_.router().onOpenToday = [this] { openReport(); };
+  services_.router().onOpenToday = [this] { openReportOn(PeriodKind::day, std::nullopt); };
   services_.router().onOpenWeek = [this] { openWeekReport(); };
-  services_.router().onOpenTodayOverview = [this] { openReport(); };
+  services_.router().onOpenTodayOverview = [this] {
+    openReportOn(PeriodKind::day, ReportWindow::Tab::overview);
+  };
   services_.engine().onStateChange = [this] { engineStateChanged(); };
   services_.engine().onGapDecided = [](const AwayGap& gap, bool offered) {
     log::info("Away for %{public}s s, offered to the user: %{bool,public}d",
@@ -136,10 +138,14 @@ void DesktopApp::openReport() {
 }
 
 void DesktopApp::openWeekReport() {
-  openReport();
-  report_->showPeriod(PeriodKind::week, services_.clock().now());
   // The overview draws the week's days as bars; the timeline is for single days.
-  report_->showTab(ReportWindow::Tab::overview);
+  openReportOn(PeriodKind::week, ReportWindow::Tab::overview);
+}
+
+void DesktopApp::openReportOn(PeriodKind kind, std::optional<ReportWindow::Tab> tab) {
+  openReport();
+  report_->showPeriod(kind, services_.clock().now());
+  if (tab) report_->showTab(*tab);
 }
 
 void DesktopApp::openSettings(std::string_view pane) {

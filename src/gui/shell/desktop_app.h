@@ -9,10 +9,12 @@
 #include <QObject>
 #include <QPointer>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "app/service_set.h"
+#include "gui/report/report_window.h"
 #include "gui/shell/pause_actions.h"
 #include "gui/shell/quit_sequence.h"
 #include "gui/shell/stop_signals.h"
@@ -24,7 +26,6 @@ namespace velto::gui {
 
 class AwayPrompt;
 class OnboardingWindow;
-class ReportWindow;
 class SettingsWindow;
 class TrayController;
 
@@ -56,6 +57,8 @@ class DesktopApp : public QObject {
 
  private:
   void raise(QWidget* window);
+  // The report on the `kind` period containing now, on `tab` (none: the tab it shows).
+  void openReportOn(PeriodKind kind, std::optional<ReportWindow::Tab> tab);
   void engineStateChanged();
 
   ServicePaths paths_;
