@@ -1,6 +1,7 @@
 #include "reports/usage_source.h"
 
 #include <algorithm>
+#include <iterator>
 #include <set>
 
 namespace velto {
@@ -81,8 +82,36 @@ Result<std::optional<DaySummary>> UsageSource::summaryOfStoredDay(const std::str
 Result<UsageTally> UsageSource::tally(const DateInterval& interval, std::span<const Segment> extra,
                                       bool withRows, bool withDays) {
   if (withRows || !aggregates_.installed()) return tallyFromRows(interval, extra);
-  return tallyAt(interval, extra, withDays,
-                 categoriesUseTitles_ ? TotalsLevel::context : TotalsLevel::site, std::nullopt);
+  const TotalsLevel level = categoriesUseTitles_ ? TotalsLevel::context : TotalsLevel::site;
+  if (withDays) return tallyAt(interval, extra, true, level, std::nullopt);
+
+  constexpr size_t kRememberedTallies = 8;
+  const auto stamp = store_.persistence().database().changeStamp();
+  if (!stamp || stamp != rememberedStamp_) {
+    remembered_.clear();
+    latestEnd_ = aggregates_.latestEnd();
+  }
+  rememberedStamp_ = stamp;
+  // Totals asked for up to "now" move on with every call; they stay the same as long as no
+  // stored row reaches past the earlier of the two ends.
+  auto found = std::find_if(remembered_.begin(), remembered_.end(), [&](const Remembered& r) {
+    if (r.start != interval.start || r.level != level) return false;
+    return r.end == interval.end ||
+           (latestEnd_ && *latestEnd_ <= unixMicros(std::min(r.end, interval.end)));
+  });
+  if (found == remembered_.end()) {
+    Result<UsageTally> stored = tallyAt(interval, {}, false, level, std::nullopt);
+    if (!stored) return stored;
+    if (remembered_.size() >= kRememberedTallies) remembered_.erase(remembered_.begin());
+    remembered_.push_back({interval.start, interval.end, level, std::move(stored).value()});
+    found = std::prev(remembered_.end());
+  }
+  UsageTally tally = found->tally;
+  std::vector<Segment> rows = UsageRollup::clip(extra, interval);
+  sortByStart(rows);
+  for (ContextTotal& total : UsageRollup::contexts(rows))
+    tally.contexts.push_back(std::move(total));
+  return tally;
 }
 
 Result<std::vector<ContextTotal>> UsageSource::appDetails(const DateInterval& interval,

@@ -40,7 +40,9 @@ class UsageSource {
 
   // `extra`: rows not stored yet (the running segment), counted as if they were.
   // `withRows` reads every row of the interval (for the timeline); otherwise aggregates are used.
-  // Without `withDays` only the context totals are filled.
+  // Without `withDays` only the context totals are filled; those of the stored rows are then
+  // kept until the database changes, so the chip, the widget and the limits can ask every few
+  // seconds for almost nothing.
   Result<UsageTally> tally(const DateInterval& interval, std::span<const Segment> extra,
                            bool withRows, bool withDays = true);
   // The same figures from the rows only: the reference the aggregates are held to.
@@ -63,9 +65,19 @@ class UsageSource {
                              bool withDays, TotalsLevel level,
                              std::optional<std::string_view> bundleOnly);
 
+  struct Remembered {
+    Instant start;
+    Instant end;
+    TotalsLevel level;
+    UsageTally tally;
+  };
+
   SegmentStore& store_;
   const Calendar& calendar_;
   UsageAggregates aggregates_;
+  std::optional<std::pair<std::int64_t, std::int64_t>> rememberedStamp_;
+  std::vector<Remembered> remembered_;
+  std::optional<std::int64_t> latestEnd_;  // of every stored row, at rememberedStamp_
   bool categoriesUseTitles_ = true;
 };
 

@@ -38,6 +38,15 @@ int Database::changes() const {
   return sqlite3_changes(db_.get());
 }
 
+std::optional<std::pair<std::int64_t, std::int64_t>> Database::changeStamp() {
+  Result<Statement> version = prepare("PRAGMA data_version");
+  if (!version) return std::nullopt;
+  Result<bool> row = version->step();
+  if (!row || !*row) return std::nullopt;
+  return std::pair{version->int64(0),
+                   static_cast<std::int64_t>(sqlite3_total_changes64(db_.get()))};
+}
+
 std::string Database::lastError() const {
   return sqlite3_errmsg(db_.get());
 }

@@ -31,6 +31,9 @@ class Database {
   Status exec(std::string_view sql);
   Result<Statement> prepare(std::string_view sql);
   int changes() const;
+  // Differs from an earlier stamp when this connection or another one has changed the
+  // database since. None when it cannot be read.
+  std::optional<std::pair<std::int64_t, std::int64_t>> changeStamp();
   std::string lastError() const;
   sqlite3* handle() const { return db_.get(); }
 

@@ -85,6 +85,9 @@ class UsageAggregates {
 
   const Status& installed() const { return installed_; }
 
+  // The latest end of any stored row, in microseconds since the Unix epoch; none when the store
+  // is empty or cannot be read.
+  std::optional<std::int64_t> latestEnd();
   // Every stored day, in key order.
   Result<std::vector<StoredDay>> days();
   // Rebuilds the totals of the marked days, in one write transaction (nothing is written when

@@ -255,5 +255,57 @@ TEST_F(AggregatesMatchRowsTest, FullReportsAgreeWithTheRunningSegmentAndRules) {
   }
 }
 
+TEST_F(AggregatesMatchRowsTest, RememberedTotalsFollowEveryWriterAndTheRunningSegment) {
+  ASSERT_TRUE(store->insertRows(randomHistory(calendar, at("2026-11-01T05:00:00Z"), 20, 11)));
+  UsageSource source(*store, calendar);
+  source.setCategoriesUseTitles(false);
+  const DateInterval week{at("2026-11-09T00:00:00Z"), at("2026-11-16T00:00:00Z")};
+  auto total = [&](std::span<const Segment> extra = {}) {
+    Result<UsageTally> tally = source.tally(week, extra, false, false);
+    EXPECT_TRUE(tally.ok());
+    return tally.ok() ? UsageRollup::atComputerSeconds(tally->contexts) : -1.0;
+  };
+  auto reference = [&] {
+    return UsageRollup::atComputerSeconds(source.tallyFromRows(week, {})->contexts);
+  };
+  EXPECT_EQ(total(), reference());
+  EXPECT_EQ(total(), reference());
+
+  // A row written through this store.
+  add("code", "2026-11-12T23:00:00Z", "2026-11-12T23:30:00Z");
+  EXPECT_EQ(total(), reference());
+
+  // A row written by another process, through its own connection.
+  {
+    NoticeBus otherBus;
+    PersistenceController other(dir.path());
+    SegmentStore otherStore(other, calendar, otherBus);
+    ASSERT_TRUE(
+        otherStore.insert(recorded("slack", "2026-11-13T23:00:00Z", "2026-11-13T23:45:00Z")));
+  }
+  EXPECT_EQ(total(), reference());
+
+  // The running segment counts on top of the remembered totals, and only inside the interval.
+  Segment running;
+  running.startedAt = at("2026-11-15T23:50:00Z");
+  running.endedAt = at("2026-11-16T00:20:00Z");
+  running.seconds = 1800;
+  running.bundleId = "code";
+  running.appName = "code";
+  EXPECT_EQ(total(std::span<const Segment>(&running, 1)), reference() + 600);
+
+  // Asked again up to a later end: the same stored rows, unless one reaches past the earlier end.
+  const DateInterval longer{week.start, at("2026-11-20T00:00:00Z")};
+  auto totalOf = [&](const DateInterval& interval) {
+    return UsageRollup::atComputerSeconds(source.tally(interval, {}, false, false)->contexts);
+  };
+  auto referenceOf = [&](const DateInterval& interval) {
+    return UsageRollup::atComputerSeconds(source.tallyFromRows(interval, {})->contexts);
+  };
+  EXPECT_EQ(totalOf(week), reference());
+  EXPECT_EQ(totalOf(longer), referenceOf(longer));
+  EXPECT_NE(referenceOf(longer), reference());
+}
+
 }  // namespace
 }  // namespace velto
