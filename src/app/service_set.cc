@@ -58,6 +58,7 @@ ServiceSet::ServiceSet(Desktop desktop, ServicePaths paths, Calendar calendar)
     limits_.removeCategory(id);
   });
   usage_ = std::make_unique<UsageSource>(*store_, calendar_);
+  usage_->setCategoriesUseTitles(resolution_.current()->readsTitles());
   figures_ = std::make_unique<ReportFigures>(
       *usage_, desktop.clock, [this] { return resolution_.current(); },
       [this]() -> std::optional<LiveSlice> {
@@ -112,6 +113,8 @@ void ServiceSet::reloadRules() {
     return;
   }
   resolution_.rebuild(std::move(rules).value());
+  // Without keyword rules, titles cannot change a category: totals per site are enough.
+  if (usage_) usage_->setCategoriesUseTitles(resolution_.current()->readsTitles());
 }
 
 void ServiceSet::start() {

@@ -85,7 +85,7 @@ Result<UsageTally> UsageSource::tally(const DateInterval& interval, std::span<co
   const TotalsLevel level = categoriesUseTitles_ ? TotalsLevel::context : TotalsLevel::site;
   if (withDays) return tallyAt(interval, extra, true, level, std::nullopt);
 
-  constexpr size_t kRememberedTallies = 8;
+  constexpr size_t kRememberedTallies = 16;
   const auto stamp = store_.persistence().database().changeStamp();
   if (!stamp || stamp != rememberedStamp_) {
     remembered_.clear();
