@@ -101,7 +101,7 @@ std::optional<ActivityDetail> deriveUncached(const DetailSource& source) {
 // Reports derive the details of the same contexts again on every refresh; parsing a title costs
 // microseconds, a look-up a fraction of that. Per thread, and forgotten wholesale when large.
 std::optional<ActivityDetail> deriveDetail(const DetailSource& source) {
-  constexpr size_t kRemembered = 65536;
+  constexpr size_t kRemembered = 8192;
   thread_local std::unordered_map<std::string, std::optional<ActivityDetail>> known;
   std::string key;
   key.reserve(source.bundleId.size() + source.appName.size() +
