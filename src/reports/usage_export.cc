@@ -165,10 +165,27 @@ std::string exportDateTime(Instant at, const Calendar& calendar) {
   const LocalDateTime local = calendar.local(at);
   const int offset = calendar.utcOffsetSeconds(at);
   const int minutes = std::abs(offset) / 60;
-  char text[40];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d%c%02d:%02d", local.year,
-                local.month, local.day, local.hour, local.minute, static_cast<int>(local.second),
-                offset < 0 ? '-' : '+', minutes / 60, minutes % 60);
+  // Written digit by digit: this runs twice for every exported row.
+  std::string text(25, '0');
+  auto put = [&](size_t at, int value, int width) {
+    for (int i = width - 1; i >= 0; --i, value /= 10)
+      text[at + static_cast<size_t>(i)] = static_cast<char>('0' + value % 10);
+  };
+  put(0, local.year, 4);
+  text[4] = '-';
+  put(5, local.month, 2);
+  text[7] = '-';
+  put(8, local.day, 2);
+  text[10] = 'T';
+  put(11, local.hour, 2);
+  text[13] = ':';
+  put(14, local.minute, 2);
+  text[16] = ':';
+  put(17, static_cast<int>(local.second), 2);
+  text[19] = offset < 0 ? '-' : '+';
+  put(20, minutes / 60, 2);
+  text[22] = ':';
+  put(23, minutes % 60, 2);
   return text;
 }
 
@@ -247,11 +264,11 @@ Result<std::int64_t> writeExport(SegmentStore& store, const ExportRequest& reque
     const std::string appName = rows->text(4);
     const std::optional<std::string> title = rows->optionalText(5);
     const std::optional<std::string> host = rows->optionalText(6);
-    std::string date = context.calendar.dayKey(start);
     if (segments) {
       const std::string category(labels.category(bundleId, host, title));
-      fields = {{"date", std::move(date)},
-                {"start", exportDateTime(start, context.calendar)},
+      std::string startText = exportDateTime(start, context.calendar);
+      fields = {{"date", startText.substr(0, 10)},
+                {"start", std::move(startText)},
                 {"end", exportDateTime(end, context.calendar)},
                 {"seconds", numberText(seconds), true},
                 {"app", labels.app(bundleId, appName)},
@@ -264,6 +281,7 @@ Result<std::int64_t> writeExport(SegmentStore& store, const ExportRequest& reque
                 {"category_name", labels.categoryName(category)}};
       writer.write(fields);
     } else {
+      std::string date = context.calendar.dayKey(start);
       if (date != day) {
         flushDay();
         day = std::move(date);
