@@ -575,6 +575,8 @@ Status UsageAggregates::addDetailTotals(const std::vector<KeyRange>& dayRanges,
 }
 
 std::optional<std::int64_t> UsageAggregates::detailIdOfKey(std::string_view key) {
+  // Ids never change once given, so a found one is kept; a missing key may be stored later.
+  if (auto known = knownDetailIds_.find(key); known != knownDetailIds_.end()) return known->second;
   if (!detailByKey_) {
     Result<sql::Statement> prepared = db_.prepare("SELECT id FROM usage_detail WHERE key = ?");
     if (!prepared) return std::nullopt;
@@ -586,6 +588,10 @@ std::optional<std::int64_t> UsageAggregates::detailIdOfKey(std::string_view key)
   std::optional<std::int64_t> id;
   if (row && *row) id = detailByKey_->int64(0);
   detailByKey_->reset();
+  if (id) {
+    if (knownDetailIds_.size() >= kKnownDetailIds) knownDetailIds_.clear();
+    knownDetailIds_.emplace(std::string(key), *id);
+  }
   return id;
 }
 

@@ -23,6 +23,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "base/result.h"
@@ -128,6 +129,12 @@ class UsageAggregates {
   std::optional<sql::Statement> cacheRead_;
   std::optional<sql::Statement> cacheWrite_;
   std::optional<sql::Statement> detailByKey_;
+  struct TextHash {
+    using is_transparent = void;
+    size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
+  };
+  static constexpr size_t kKnownDetailIds = 16384;
+  std::unordered_map<std::string, std::int64_t, TextHash, std::equal_to<>> knownDetailIds_;
   std::optional<sql::Statement> detailById_;
 };
 
