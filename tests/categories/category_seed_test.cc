@@ -13,9 +13,9 @@
 namespace velto {
 namespace {
 
+// The source tree's copy (compiler caches may make __FILE__ relative, so not from there).
 const std::filesystem::path kShippedSeed =
-    std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "resources" /
-    "categories.json";
+    std::filesystem::path(VELTO_SOURCE_DIR) / "resources" / "categories.json";
 
 std::vector<std::string> problemsOf(const std::string& text) {
   auto file = decodeCategorySeed(text);
