@@ -5,6 +5,7 @@
 
 #include "app/service_set.h"
 #include "base/log.h"
+#include "base/strings.h"
 #include "categories/category_seed_location.h"
 
 namespace velto::cli {
@@ -97,6 +98,30 @@ Result<ReportPeriod> periodFromOptions(const ParsedOptions& options, const Calen
     anchor = *day;
   }
   return periodContaining(kind, anchor, calendar, now);
+}
+
+std::optional<UsageFigures> figuresForOptions(ReportSession& session, const ParsedOptions& options,
+                                              int& status) {
+  const std::string& language = session.language;
+  const Instant now = session.clock.now();
+  Result<ReportPeriod> period = periodFromOptions(options, session.calendar, now);
+  if (!period) {
+    complain(i18n::text(language, "cli.badOption %@", period.error()));
+    status = 2;
+    return std::nullopt;
+  }
+  UsageSource source(session.store, session.calendar);
+  FigureInputs inputs{session.calendar, *session.resolver, session.directory, language, now,
+                      std::nullopt,     Uuid::random()};
+  Result<std::vector<CategoryRule>> rules = session.store.categoryRules();
+  inputs.categoriesUseTitles = !rules || hasKeywordRules(*rules);
+  Result<UsageFigures> figures = buildFigures(source, *period, inputs);
+  if (!figures) {
+    complain(i18n::text(language, "cli.report.failed %@", figures.error()));
+    status = 1;
+    return std::nullopt;
+  }
+  return std::move(figures).value();
 }
 
 void complain(const std::string& text) {

@@ -14,6 +14,7 @@
 #include "categories/category_catalog.h"
 #include "categories/category_resolver.h"
 #include "reports/report_period.h"
+#include "reports/usage_report.h"
 #include "reports/usage_rollup.h"
 #include "store/persistence_controller.h"
 #include "store/segment_store.h"
@@ -49,9 +50,18 @@ Result<ParsedOptions> parseOptions(const std::vector<std::string>& args,
                                    const std::vector<std::string>& valued,
                                    const std::vector<std::string>& bare);
 
+// The options that name a period (each takes a value).
+inline const std::vector<std::string> kPeriodOptions = {"--period", "--date", "--from", "--to",
+                                                        "--preset"};
+
 // The period named by --period, --date, --from/--to and --preset; today when none is given.
 Result<ReportPeriod> periodFromOptions(const ParsedOptions& options, const Calendar& calendar,
                                        Instant now);
+
+// The figures of the period `options` name, as `velto report` and `velto summary` show them.
+// On failure says why on stderr, sets `status` to the command's exit status and gives none.
+std::optional<UsageFigures> figuresForOptions(ReportSession& session, const ParsedOptions& options,
+                                              int& status);
 
 // Prints a catalog text with its arguments on stderr.
 void complain(const std::string& text);
