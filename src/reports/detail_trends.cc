@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "base/log.h"
 #include "reports/usage_rollup.h"
 
 namespace velto {
@@ -32,33 +33,44 @@ std::vector<Mover> detailMovers(UsageAggregates& aggregates, const DetailTotals&
   std::unordered_map<std::string, Candidate> unstored;
   std::unordered_map<std::string, std::optional<std::int64_t>> idOfKey;
   auto add = [&](std::span<const ContextTotal> contexts, bool isCurrent) {
-    for (const DetailUsage& row : UsageRollup::allDetails(contexts)) {
-      const Micros micros = std::llround(row.seconds * 1e6);
-      auto [known, added] = idOfKey.try_emplace(row.key);
-      if (added) known->second = aggregates.detailIdOfKey(row.key);
+    for (const ContextTotal& total : contexts) {
+      if (UsageRollup::isOffMac(total.context.bundleId)) continue;
+      const std::optional<ActivityDetail> detail = UsageRollup::detailOf(total);
+      if (!detail) continue;
+      auto [known, added] = idOfKey.try_emplace(detail->key);
+      if (added) known->second = aggregates.detailIdOfKey(detail->key);
       if (known->second && static_cast<size_t>(*known->second) >= now.size()) {
         now.resize(static_cast<size_t>(*known->second) + 1);
         before.resize(now.size());
       }
       if (known->second) {
-        (isCurrent ? now : before)[static_cast<size_t>(*known->second)] += micros;
+        (isCurrent ? now : before)[static_cast<size_t>(*known->second)] += total.micros;
         continue;
       }
-      Candidate& entry = unstored[row.key];
-      if (entry.key.empty()) entry = {row.key, row.label, 0, 0};
-      (isCurrent ? entry.current : entry.previous) += micros;
+      Candidate& entry = unstored[detail->key];
+      if (entry.key.empty()) entry = {detail->key, detail->label, 0, 0};
+      (isCurrent ? entry.current : entry.previous) += total.micros;
     }
   };
   add(current.contexts, true);
   add(previous.contexts, false);
 
-  std::vector<Candidate> candidates;
+  std::vector<std::int64_t> moving;
   for (size_t id = 0; id < now.size(); ++id) {
-    if (!isMover(toSeconds(now[id]), toSeconds(before[id]))) continue;
-    const std::optional<ActivityDetail> detail =
-        aggregates.detailOfId(static_cast<std::int64_t>(id));
-    if (!detail) continue;
-    candidates.push_back({detail->key, detail->label, now[id], before[id]});
+    if (isMover(toSeconds(now[id]), toSeconds(before[id])))
+      moving.push_back(static_cast<std::int64_t>(id));
+  }
+  std::vector<Candidate> candidates;
+  if (Result<std::vector<std::optional<ActivityDetail>>> details =
+          aggregates.detailsOfIds(moving)) {
+    for (size_t i = 0; i < moving.size(); ++i) {
+      const std::optional<ActivityDetail>& detail = (*details)[i];
+      if (!detail) continue;
+      const auto id = static_cast<size_t>(moving[i]);
+      candidates.push_back({detail->key, detail->label, now[id], before[id]});
+    }
+  } else {
+    log::error("Could not read stored details: %{public}s", details.error());
   }
   for (auto& [key, entry] : unstored) {
     if (isMover(toSeconds(entry.current), toSeconds(entry.previous)))

@@ -41,14 +41,25 @@ std::vector<ContextTotal> ReportFigures::contexts(Instant start, Instant end, bo
       if (running.startedAt < running.endedAt) extra.push_back(std::move(running));
     }
   }
-  Result<UsageTally> tally = source_.tally(DateInterval{start, end}, extra, false, withDays);
-  if (!tally) {
-    log::error("Could not read recorded time: %{public}s", tally.error());
-    return {};
+  std::vector<ContextTotal> totals;
+  if (withDays) {
+    Result<UsageTally> tally = source_.tally(DateInterval{start, end}, extra);
+    if (!tally) {
+      log::error("Could not read recorded time: %{public}s", tally.error());
+      return {};
+    }
+    if (days != nullptr) *days = std::move(tally->days);
+    totals = std::move(tally->contexts);
+  } else {
+    Result<std::vector<ContextTotal>> read = source_.totals(DateInterval{start, end}, extra);
+    if (!read) {
+      log::error("Could not read recorded time: %{public}s", read.error());
+      return {};
+    }
+    totals = std::move(read).value();
   }
-  if (days != nullptr) *days = std::move(tally->days);
   std::vector<ContextTotal> out;
-  for (ContextTotal& total : tally->contexts) {
+  for (ContextTotal& total : totals) {
     if (!isOffComputer(total.context.bundleId)) out.push_back(std::move(total));
   }
   return out;

@@ -64,10 +64,10 @@ Result<UsageFigures> buildFigures(UsageSource& source, const ReportPeriod& perio
   const bool oneDay = period.kind == PeriodKind::day;
   source.setCategoriesUseTitles(in.categoriesUseTitles);
   Result<UsageTally> current =
-      in.rowsOnly ? source.tallyFromRows(f.counted, extra) : source.tally(f.counted, extra, oneDay);
+      in.rowsOnly ? source.tallyFromRows(f.counted, extra) : source.tally(f.counted, extra);
   if (!current) return Error{current.error()};
   Result<UsageTally> previous = in.rowsOnly ? source.tallyFromRows(f.comparison.interval, {})
-                                            : source.tally(f.comparison.interval, {}, false, false);
+                                            : source.tally(f.comparison.interval, {}, false);
   if (!previous) return Error{previous.error()};
 
   f.contexts = std::move(current->contexts);
@@ -76,12 +76,15 @@ Result<UsageFigures> buildFigures(UsageSource& source, const ReportPeriod& perio
   f.totalSeconds = UsageRollup::atComputerSeconds(f.contexts);
   f.offMacSeconds = UsageRollup::offMacSeconds(f.contexts);
   f.byApp = UsageRollup::byApp(f.contexts, in.resolver);
-  f.byCategory = UsageRollup::byCategory(f.contexts, in.resolver, in.directory);
+  const CategoryMicros currentCategories = UsageRollup::categoryMicros(f.contexts, in.resolver);
+  const CategoryMicros earlierCategories =
+      UsageRollup::categoryMicros(previous->contexts, in.resolver);
+  f.byCategory = UsageRollup::byCategory(currentCategories, in.directory);
   f.bySite = UsageRollup::bySite(f.contexts);
   f.offMac = UsageRollup::offMac(f.contexts);
-  f.focusSplit = UsageRollup::focusSplit(f.contexts, in.resolver, in.directory);
+  f.focusSplit = UsageRollup::focusSplit(currentCategories, in.directory);
   f.previousTotalSeconds = UsageRollup::atComputerSeconds(previous->contexts);
-  f.previousFocusSplit = UsageRollup::focusSplit(previous->contexts, in.resolver, in.directory);
+  f.previousFocusSplit = UsageRollup::focusSplit(earlierCategories, in.directory);
 
   f.shape = shapeOf(current->days);
   std::array<Micros, 24> hours{};
@@ -101,10 +104,10 @@ Result<UsageFigures> buildFigures(UsageSource& source, const ReportPeriod& perio
   f.buckets = bucketsOf(period, current->days, in.calendar);
 
   if (oneDay) {
-    for (Segment& row : current->rows) {
-      if (!UsageRollup::isOffMac(row.bundleId)) f.segments.push_back(std::move(row));
-    }
-    f.blocks = UsageRollup::blocks(f.segments);
+    Result<Timeline> timeline = source.timeline(f.counted, extra);
+    if (!timeline) return Error{timeline.error()};
+    f.segments = SharedRows(timeline->rows);
+    f.blocks = *timeline->blocks;
     size_t first = 0;
     for (TimelineBlock& block : f.blocks) {
       const Segment& row = f.segments[first];
@@ -118,7 +121,7 @@ Result<UsageFigures> buildFigures(UsageSource& source, const ReportPeriod& perio
   }
 
   const std::vector<CategoryUsage> previousCategories =
-      UsageRollup::byCategory(previous->contexts, in.resolver, in.directory);
+      UsageRollup::byCategory(earlierCategories, in.directory);
   f.categoryTrends = movers(trendRows(
       f.byCategory, previousCategories, [](const CategoryUsage& r) { return r.id; },
       [](const CategoryUsage& r) { return r.name; }));
@@ -153,6 +156,7 @@ UsageReport::UsageReport(Services services)
   rules_ = services_.notices.subscribe(notices::kCategoryRulesDidChange, [this] { reload(); });
   wipes_ = services_.notices.subscribe(notices::kStoreDidWipe, [this] {
     detailCache_.clear();
+    detailContexts_.reset();
     reload();
   });
   liveTimer_ = services_.scheduler.repeating(60, 10, [this] { reload(); });
@@ -222,14 +226,25 @@ const std::vector<DetailUsage>& UsageReport::detailRows(const std::string& bundl
     at->second = UsageRollup::detailRows(figures_.contexts, bundleId);
     return at->second;
   }
-  // Totals per site do not carry details: this application's are read on their own.
-  Result<std::vector<ContextTotal>> own =
-      source_.appDetails(figures_.counted, figures_.liveRows, bundleId);
-  if (!own) {
-    log::error("Could not read the details of %{public}s: %{public}s", bundleId, own.error());
-    return at->second;
+  // Totals per site do not carry details: those of every application are read in one pass,
+  // since the window lists them all.
+  if (!detailContexts_) {
+    Result<std::vector<ContextTotal>> every =
+        source_.appDetails(figures_.counted, figures_.liveRows, std::nullopt);
+    if (!every) {
+      log::error("Could not read the details of %{public}s: %{public}s", bundleId,
+                 every.error());
+      return at->second;
+    }
+    detailContexts_.emplace();
+    for (ContextTotal& total : *every) {
+      std::vector<ContextTotal>& own = (*detailContexts_)[total.context.bundleId];
+      own.push_back(std::move(total));
+    }
   }
-  at->second = UsageRollup::detailRows(*own, bundleId);
+  if (auto own = detailContexts_->find(bundleId); own != detailContexts_->end()) {
+    at->second = UsageRollup::detailRows(own->second, bundleId);
+  }
   return at->second;
 }
 
@@ -257,6 +272,7 @@ void UsageReport::recompute() {
   }
   figures_ = std::move(built).value();
   detailCache_.clear();
+  detailContexts_.reset();
   isStale_ = false;
   reloadPending_ = false;
   if (onChange) onChange();

@@ -39,6 +39,27 @@ struct PeriodBucket {
   double seconds = 0;
 };
 
+// Rows shared by successive reports of the same day (read-only; empty by default).
+class SharedRows {
+ public:
+  SharedRows() = default;
+  explicit SharedRows(std::shared_ptr<const std::vector<Segment>> rows) : rows_(std::move(rows)) {}
+
+  const std::vector<Segment>& all() const {
+    static const std::vector<Segment> none;
+    return rows_ ? *rows_ : none;
+  }
+  auto begin() const { return all().begin(); }
+  auto end() const { return all().end(); }
+  size_t size() const { return all().size(); }
+  bool empty() const { return all().empty(); }
+  const Segment& operator[](size_t index) const { return all()[index]; }
+  operator std::span<const Segment>() const { return all(); }
+
+ private:
+  std::shared_ptr<const std::vector<Segment>> rows_;
+};
+
 struct UsageFigures {
   ReportPeriod period;
   std::string label;
@@ -64,7 +85,7 @@ struct UsageFigures {
   std::array<std::array<double, 24>, 7> weekdayHourly{};  // [weekday 1=Sunday - 1][hour]
   std::vector<PeriodBucket> buckets;
   std::vector<TimelineBlock> blocks;
-  std::vector<Segment> segments;  // the day's rows at the computer (day periods only)
+  SharedRows segments;  // the day's rows at the computer (day periods only)
   std::vector<Mover> categoryTrends;
   std::vector<Mover> appTrends;
   std::vector<Mover> detailTrends;
@@ -147,6 +168,9 @@ class UsageReport {
   bool isStale_ = true;
   Uuid liveSegmentID_ = Uuid::random();
   std::map<std::string, std::vector<DetailUsage>> detailCache_;
+  // Without details in the figures, every application's are read in one pass when the first
+  // is asked for.
+  std::optional<std::map<std::string, std::vector<ContextTotal>>> detailContexts_;
   Subscription changes_;
   Subscription rules_;
   Subscription wipes_;

@@ -14,23 +14,23 @@
 
 namespace velto {
 
+size_t StoredContextHash::operator()(const StoredContext& c) const {
+  size_t h = std::hash<std::string>{}(c.bundleId);
+  auto mix = [&h](const std::optional<std::string>& text) {
+    h = h * 1'000'003 ^ (text ? std::hash<std::string>{}(*text) + 1 : 0);
+  };
+  h = h * 1'000'003 ^ std::hash<std::string>{}(c.appName);
+  mix(c.host);
+  mix(c.windowTitle);
+  mix(c.toolName);
+  return h;
+}
+
 namespace {
 
 constexpr Micros kBlockGapUs = 60'000'000;
 
-struct ContextHash {
-  size_t operator()(const StoredContext& c) const {
-    size_t h = std::hash<std::string>{}(c.bundleId);
-    auto mix = [&h](const std::optional<std::string>& text) {
-      h = h * 1'000'003 ^ (text ? std::hash<std::string>{}(*text) + 1 : 0);
-    };
-    h = h * 1'000'003 ^ std::hash<std::string>{}(c.appName);
-    mix(c.host);
-    mix(c.windowTitle);
-    mix(c.toolName);
-    return h;
-  }
-};
+using ContextHash = StoredContextHash;
 
 template <typename Row, typename Key>
 void sortLargestFirst(std::vector<Row>& rows, Key key) {
@@ -110,6 +110,44 @@ std::vector<Segment> UsageRollup::clip(std::span<const Segment> rows, const Date
   return clipped;
 }
 
+std::vector<ContextTotal> UsageRollup::titleless(std::span<const ContextTotal> contexts,
+                                                 bool withDetail,
+                                                 std::vector<std::uint32_t>* indexOf) {
+  if (indexOf != nullptr) indexOf->clear();
+  std::vector<ContextTotal> totals;
+  std::unordered_map<std::string, size_t> index;
+  std::string key;
+  for (const ContextTotal& total : contexts) {
+    std::optional<ActivityDetail> detail;
+    if (withDetail) detail = detailOf(total);
+    const StoredContext& c = total.context;
+    key.assign(c.bundleId);
+    key += '\x1f';
+    key += c.appName;
+    key += c.host ? "\x1fV" : "\x1fN";
+    if (c.host) key += *c.host;
+    key += detail ? "\x1fV" : "\x1fN";
+    if (detail) {
+      key += rawValue(detail->kind);
+      key += '\x1f';
+      key += detail->key;
+      key += '\x1f';
+      key += detail->label;
+    }
+    auto [at, added] = index.try_emplace(key, totals.size());
+    if (added) {
+      ContextTotal& made = totals.emplace_back();
+      made.context = StoredContext{c.bundleId, c.appName, c.host, std::nullopt, std::nullopt};
+      made.titleless = true;
+      made.detail = std::move(detail);
+    }
+    totals[at->second].micros += total.micros;
+    totals[at->second].count += total.count;
+    if (indexOf != nullptr) indexOf->push_back(static_cast<std::uint32_t>(at->second));
+  }
+  return totals;
+}
+
 std::vector<ContextTotal> UsageRollup::contexts(std::span<const Segment> rows) {
   std::vector<ContextTotal> totals;
   std::unordered_map<StoredContext, size_t, ContextHash> index;
@@ -172,16 +210,16 @@ std::string_view categoryOf(const StoredContext& context, const CategoryResolver
   return resolver.category(context.bundleId, host, title);
 }
 
-// Time at the computer per resolved category; the resolver is asked once per distinct
-// (bundle id, host, title).
-std::unordered_map<std::string_view, Micros> categoryMicros(std::span<const ContextTotal> contexts,
-                                                            const CategoryResolver& resolver) {
+}  // namespace
+
+CategoryMicros UsageRollup::categoryMicros(std::span<const ContextTotal> contexts,
+                                           const CategoryResolver& resolver) {
   std::unordered_map<std::string_view, Micros> micros;
   std::unordered_map<std::string, std::string_view> resolved;
   std::string key;
   for (const ContextTotal& total : contexts) {
     const StoredContext& context = total.context;
-    if (UsageRollup::isOffMac(context.bundleId)) continue;
+    if (isOffMac(context.bundleId)) continue;
     key.assign(context.bundleId);
     key += '\x1f';
     if (context.host) key += *context.host;
@@ -195,13 +233,16 @@ std::unordered_map<std::string_view, Micros> categoryMicros(std::span<const Cont
   return micros;
 }
 
-}  // namespace
-
 std::vector<CategoryUsage> UsageRollup::byCategory(std::span<const ContextTotal> contexts,
                                                    const CategoryResolver& resolver,
                                                    const CategoryDirectory& directory) {
+  return byCategory(categoryMicros(contexts, resolver), directory);
+}
+
+std::vector<CategoryUsage> UsageRollup::byCategory(const CategoryMicros& categories,
+                                                   const CategoryDirectory& directory) {
   std::vector<CategoryUsage> rows;
-  for (const auto& [raw, micros] : categoryMicros(contexts, resolver)) {
+  for (const auto& [raw, micros] : categories) {
     rows.push_back(
         {std::string(raw), directory.name(raw), toSeconds(micros), directory.focus(raw)});
   }
@@ -212,8 +253,13 @@ std::vector<CategoryUsage> UsageRollup::byCategory(std::span<const ContextTotal>
 FocusSplit UsageRollup::focusSplit(std::span<const ContextTotal> contexts,
                                    const CategoryResolver& resolver,
                                    const CategoryDirectory& directory) {
+  return focusSplit(categoryMicros(contexts, resolver), directory);
+}
+
+FocusSplit UsageRollup::focusSplit(const CategoryMicros& categories,
+                                   const CategoryDirectory& directory) {
   Micros parts[3] = {0, 0, 0};
-  for (const auto& [raw, micros] : categoryMicros(contexts, resolver)) {
+  for (const auto& [raw, micros] : categories) {
     parts[static_cast<int>(directory.focus(raw))] += micros;
   }
   return FocusSplit{toSeconds(parts[0]), toSeconds(parts[1]), toSeconds(parts[2])};
@@ -316,6 +362,10 @@ std::vector<DetailUsage> UsageRollup::detailRows(std::span<const ContextTotal> c
   for (size_t i = 0; i < rows.size() && i < 3; ++i) topThree += rows[i].seconds;
   if (rows.size() < 2 || topThree < 0.25 * toSeconds(appMicros)) return {};
   return rows;
+}
+
+std::optional<ActivityDetail> UsageRollup::detailOf(const ContextTotal& total) {
+  return total.titleless ? total.detail : velto::detailOf(total.context);
 }
 
 std::vector<DetailUsage> UsageRollup::allDetails(std::span<const ContextTotal> contexts) {

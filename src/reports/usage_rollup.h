@@ -14,6 +14,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "base/calendar.h"
@@ -57,6 +58,12 @@ struct ActivityShape {
 };
 
 // One bar of the timeline strip: rows of one application and label with gaps of at most 60 s.
+using CategoryMicros = std::unordered_map<std::string_view, Micros>;
+
+struct StoredContextHash {
+  size_t operator()(const StoredContext& context) const;
+};
+
 struct TimelineBlock {
   std::string kind = "app";
   Instant startedAt;
@@ -139,11 +146,26 @@ struct UsageRollup {
 
   // Rows grouped by their recorded context, in order of first appearance.
   static std::vector<ContextTotal> contexts(std::span<const Segment> rows);
+  // The same totals per application, host and detail (`titleless`, with the detail the full
+  // context gives: what the store keeps for rebuilt days), or per application and host only.
+  // `indexOf`, when given, gets the index in the result of each of `contexts`.
+  static std::vector<ContextTotal> titleless(std::span<const ContextTotal> contexts,
+                                             bool withDetail = true,
+                                             std::vector<std::uint32_t>* indexOf = nullptr);
 
   // Applications at the computer, largest first (ties by bundle id); the app name is the one of
   // the context with the most time.
   static std::vector<AppUsage> byApp(std::span<const ContextTotal> contexts,
                                      const CategoryResolver& resolver);
+  // Time at the computer per resolved category id; the resolver is asked once per distinct
+  // (bundle id, host, title). The ids are views into the resolver's texts: keep the resolver
+  // alive while using them.
+  static CategoryMicros categoryMicros(std::span<const ContextTotal> contexts,
+                                       const CategoryResolver& resolver);
+  static std::vector<CategoryUsage> byCategory(const CategoryMicros& categories,
+                                               const CategoryDirectory& directory);
+  static FocusSplit focusSplit(const CategoryMicros& categories,
+                               const CategoryDirectory& directory);
   static std::vector<CategoryUsage> byCategory(std::span<const ContextTotal> contexts,
                                                const CategoryResolver& resolver,
                                                const CategoryDirectory& directory);
@@ -162,6 +184,8 @@ struct UsageRollup {
                                              std::string_view bundleId);
   // Every detail of time at the computer, keyed by its key, largest first (for movers).
   static std::vector<DetailUsage> allDetails(std::span<const ContextTotal> contexts);
+  // The detail of one total: the stored one of titleless totals, else the context's.
+  static std::optional<ActivityDetail> detailOf(const ContextTotal& total);
 
   // What a block shows for a row: its detail's label, else its window title, else empty.
   static std::string blockLabel(const Segment& row);

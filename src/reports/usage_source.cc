@@ -46,7 +46,10 @@ std::vector<KeyRange> runsOf(const std::vector<std::string>& keys, const std::ve
 }  // namespace
 
 UsageSource::UsageSource(SegmentStore& store, const Calendar& calendar)
-    : store_(store), calendar_(calendar), aggregates_(store.persistence().database()) {}
+    : store_(store),
+      calendar_(calendar),
+      aggregates_(store.persistence().database()),
+      dayRows_(aggregates_) {}
 
 Result<UsageTally> UsageSource::tallyFromRows(const DateInterval& interval,
                                               std::span<const Segment> extra) {
@@ -67,68 +70,134 @@ Result<std::optional<DaySummary>> UsageSource::summaryOfStoredDay(const std::str
     if (*cached == kNoTimeAtComputer) return std::optional<DaySummary>();
     if (std::optional<DaySummary> day = DaySummary::decode(*cached)) return day;
   }
-  Result<std::vector<Segment>> rows = aggregates_.rowsOfDay(dayKey);
+  Result<DayRows> rows = readDayRows(aggregates_, dayKey);
   if (!rows) return Error{rows.error()};
-  const std::vector<Segment> kept = atComputer(*rows);
-  if (kept.empty()) {
-    aggregates_.cacheDay(dayKey, zone, kNoTimeAtComputer);
-    return std::optional<DaySummary>();
-  }
-  DaySummary day = DaySummary::of(dayKey, kept, calendar_);
-  aggregates_.cacheDay(dayKey, zone, day.encode());
-  return std::optional<DaySummary>(std::move(day));
+  const std::optional<DaySummary> day = rows->summary(calendar_);
+  aggregates_.cacheDay(dayKey, zone, day ? day->encode() : std::string(kNoTimeAtComputer));
+  return day;
 }
 
 Result<UsageTally> UsageSource::tally(const DateInterval& interval, std::span<const Segment> extra,
-                                      bool withRows, bool withDays) {
-  if (withRows || !aggregates_.installed()) return tallyFromRows(interval, extra);
+                                      bool withDays) {
+  if (!aggregates_.installed()) return tallyFromRows(interval, extra);
   const TotalsLevel level = categoriesUseTitles_ ? TotalsLevel::context : TotalsLevel::site;
-  if (withDays) return tallyAt(interval, extra, true, level, std::nullopt);
-
-  constexpr size_t kRememberedTallies = 16;
-  const auto stamp = store_.persistence().database().changeStamp();
-  if (!stamp || stamp != rememberedStamp_) {
-    remembered_.clear();
-    latestEnd_ = aggregates_.latestEnd();
-  }
-  rememberedStamp_ = stamp;
-  // Totals asked for up to "now" move on with every call; they stay the same as long as no
-  // stored row reaches past the earlier of the two ends.
-  auto found = std::find_if(remembered_.begin(), remembered_.end(), [&](const Remembered& r) {
-    if (r.start != interval.start || r.level != level) return false;
-    return r.end == interval.end ||
-           (latestEnd_ && *latestEnd_ <= unixMicros(std::min(r.end, interval.end)));
-  });
-  if (found == remembered_.end()) {
-    Result<UsageTally> stored = tallyAt(interval, {}, false, level, std::nullopt);
-    if (!stored) return stored;
-    if (remembered_.size() >= kRememberedTallies) remembered_.erase(remembered_.begin());
-    remembered_.push_back({interval.start, interval.end, level, std::move(stored).value()});
-    found = std::prev(remembered_.end());
-  }
-  UsageTally tally = found->tally;
-  std::vector<Segment> rows = UsageRollup::clip(extra, interval);
-  sortByStart(rows);
-  for (ContextTotal& total : UsageRollup::contexts(rows))
-    tally.contexts.push_back(std::move(total));
-  return tally;
+  return tallyAt(interval, extra, withDays, level, std::nullopt);
 }
 
-Result<std::vector<ContextTotal>> UsageSource::appDetails(const DateInterval& interval,
-                                                          std::span<const Segment> extra,
-                                                          const std::string& bundleId) {
+Result<std::vector<ContextTotal>> UsageSource::totals(const DateInterval& interval,
+                                                      std::span<const Segment> extra) {
+  const TotalsLevel level = categoriesUseTitles_ ? TotalsLevel::context : TotalsLevel::site;
+  std::vector<ContextTotal> totals;
+  if (!aggregates_.installed()) {
+    Result<UsageTally> tally = tallyFromRows(interval, extra);
+    if (!tally) return Error{tally.error()};
+    totals = std::move(tally->contexts);
+  } else {
+    constexpr size_t kRememberedTallies = 16;
+    const auto stamp = store_.persistence().database().changeStamp();
+    if (!stamp || stamp != rememberedStamp_) {
+      remembered_.clear();
+      latestEnd_ = aggregates_.latestEnd();
+    }
+    rememberedStamp_ = stamp;
+    // Totals asked for up to "now" move on with every call; they stay the same as long as no
+    // stored row reaches past the earlier of the two ends.
+    auto found = std::find_if(remembered_.begin(), remembered_.end(), [&](const Remembered& r) {
+      if (r.start != interval.start || r.level != level) return false;
+      return r.end == interval.end ||
+             (latestEnd_ && *latestEnd_ <= unixMicros(std::min(r.end, interval.end)));
+    });
+    if (found == remembered_.end()) {
+      Result<UsageTally> stored = tallyAt(interval, {}, false, level, std::nullopt);
+      if (!stored) return Error{stored.error()};
+      // Kept small: without title rules nobody asks these for titles or details.
+      std::vector<ContextTotal> kept = level == TotalsLevel::context
+                                           ? std::move(stored->contexts)
+                                           : UsageRollup::titleless(stored->contexts, false);
+      if (remembered_.size() >= kRememberedTallies) remembered_.erase(remembered_.begin());
+      remembered_.push_back({interval.start, interval.end, level, std::move(kept)});
+      found = std::prev(remembered_.end());
+    }
+    totals = found->contexts;
+  }
+  std::vector<Segment> rows = UsageRollup::clip(extra, interval);
+  sortByStart(rows);
+  for (ContextTotal& total : UsageRollup::contexts(rows)) totals.push_back(std::move(total));
+  return totals;
+}
+
+Result<std::vector<StoredDay>> UsageSource::storedDays() {
+  const auto stamp = store_.persistence().database().changeStamp();
+  if (!stamp || stamp != daysStamp_) {
+    Result<std::vector<StoredDay>> days = aggregates_.days();
+    if (!days) return days;
+    days_ = std::move(days).value();
+    daysStamp_ = stamp;
+  }
+  return days_;
+}
+
+Result<Timeline> UsageSource::timeline(const DateInterval& interval,
+                                       std::span<const Segment> extra) {
+  std::vector<std::shared_ptr<const DayRows>> parts;
+  std::vector<Segment> fetched;
+  const sql::ReadSnapshot snapshot(store_.persistence().database());
+  if (aggregates_.installed()) {
+    Result<std::vector<StoredDay>> days = storedDays();
+    if (!days) return Error{days.error()};
+    const Micros start = unixMicros(interval.start);
+    const Micros end = unixMicros(interval.end);
+    for (const StoredDay& day : *days) {
+      if (!(day.minStartUs < end && day.maxEndUs > start)) continue;
+      Result<std::shared_ptr<const DayRows>> rows = dayRows_.rowsOf(day.dayKey);
+      if (!rows) return Error{rows.error()};
+      parts.push_back(std::move(rows).value());
+    }
+  } else {
+    Result<std::vector<Segment>> stored = store_.fetchOverlapping(interval.start, interval.end);
+    if (!stored) return Error{stored.error()};
+    fetched = std::move(stored).value();
+  }
+  std::vector<std::uint64_t> serials;
+  for (const auto& part : parts) serials.push_back(part->serial());
+  if (extra.empty() && keptTimeline_ && keptTimeline_->interval.start == interval.start &&
+      keptTimeline_->interval.end == interval.end && keptTimeline_->serials == serials &&
+      aggregates_.installed()) {
+    return keptTimeline_->timeline;
+  }
+
+  std::vector<Segment> rows = atComputer(UsageRollup::clip(fetched, interval));
+  for (const auto& part : parts) {
+    for (Segment& row : UsageRollup::clip(part->rows(), interval)) {
+      if (!UsageRollup::isOffMac(row.bundleId)) rows.push_back(std::move(row));
+    }
+  }
+  for (Segment& row : atComputer(UsageRollup::clip(extra, interval)))
+    rows.push_back(std::move(row));
+  sortByStart(rows);
+  Timeline timeline;
+  timeline.blocks = std::make_shared<const std::vector<TimelineBlock>>(UsageRollup::blocks(rows));
+  timeline.rows = std::make_shared<const std::vector<Segment>>(std::move(rows));
+  if (extra.empty()) keptTimeline_ = KeptTimeline{interval, std::move(serials), timeline};
+  return timeline;
+}
+
+Result<std::vector<ContextTotal>> UsageSource::appDetails(
+    const DateInterval& interval, std::span<const Segment> extra,
+    const std::optional<std::string>& bundleId) {
   std::vector<Segment> own;
   for (const Segment& row : extra) {
-    if (row.bundleId == bundleId) own.push_back(row);
+    if (!bundleId || row.bundleId == *bundleId) own.push_back(row);
   }
-  Result<UsageTally> tally =
-      aggregates_.installed()
-          ? tallyAt(interval, own, false, TotalsLevel::appDetail, std::string_view(bundleId))
-          : tallyFromRows(interval, own);
+  std::optional<std::string_view> only;
+  if (bundleId) only = *bundleId;
+  Result<UsageTally> tally = aggregates_.installed()
+                                 ? tallyAt(interval, own, false, TotalsLevel::appDetail, only)
+                                 : tallyFromRows(interval, own);
   if (!tally) return Error{tally.error()};
   std::vector<ContextTotal> totals;
   for (ContextTotal& total : tally->contexts) {
-    if (total.context.bundleId == bundleId) totals.push_back(std::move(total));
+    if (!bundleId || total.context.bundleId == *bundleId) totals.push_back(std::move(total));
   }
   return totals;
 }
@@ -140,29 +209,71 @@ Result<UsageTally> UsageSource::tallyAt(const DateInterval& interval,
   // Days changed since their totals were built are brought up to date first, except the one
   // being recorded; whatever stays marked is read row by row.
   (void)aggregates_.settle();
-  Result<std::vector<StoredDay>> days = aggregates_.days();
+  const sql::ReadSnapshot snapshot(store_.persistence().database());
+  Result<std::vector<StoredDay>> days = storedDays();
   if (!days) return Error{days.error()};
   const Micros start = unixMicros(interval.start);
   const Micros end = unixMicros(interval.end);
   const size_t count = days->size();
   std::vector<char> usable(count, 0);
   std::vector<char> loose(count, 0);
+  // Inside the interval and inside the local day of its key.
+  std::vector<char> inside(count, 0);
   for (size_t i = 0; i < count; ++i) {
     const StoredDay& day = (*days)[i];
     if (!(day.minStartUs < end && day.maxEndUs > start)) continue;
     const std::optional<Instant> dayStart = calendar_.startOfDayKey(day.dayKey);
-    const bool inside =
-        dayStart && day.minStartUs >= std::max(start, unixMicros(*dayStart)) &&
-        day.maxEndUs <= std::min(end, unixMicros(calendar_.nextMidnight(*dayStart)));
-    (inside && !day.marked ? usable : loose)[i] = 1;
+    inside[i] = dayStart && day.minStartUs >= std::max(start, unixMicros(*dayStart)) &&
+                day.maxEndUs <= std::min(end, unixMicros(calendar_.nextMidnight(*dayStart)));
+    (inside[i] && !day.marked ? usable : loose)[i] = 1;
   }
 
   UsageTally tally;
+  // Rows counted one by one: clipped edges of days and `extra`. Loose days inside the interval
+  // are counted whole, from the totals and summary kept with their rows.
   std::vector<Segment> rows = UsageRollup::clip(extra, interval);
+  std::vector<std::shared_ptr<const DayRows>> wholeDays;
+  // Without day summaries the rows of a partly covered day are only added up: those inside the
+  // interval per context, those across its edges clipped and counted one by one.
+  std::vector<ContextTotal> partTotals;
+  auto countPart = [&](const DayRows& day) {
+    // Per context, or per application, host and detail as stored days give them.
+    const bool titles = level == TotalsLevel::context;
+    const std::vector<ContextTotal>& known = titles ? day.contexts() : day.titlelessContexts();
+    const std::vector<std::uint32_t>& contextOf = day.contextOfRows();
+    const std::vector<std::uint32_t>* titlelessOf = titles ? nullptr : &day.titlelessOfContexts();
+    std::vector<Micros> micros(known.size(), 0);
+    std::vector<std::int64_t> counts(known.size(), 0);
+    for (size_t r = 0; r < day.rows().size(); ++r) {
+      const Segment& row = day.rows()[r];
+      if (!(row.startedAt < interval.end) || !(row.endedAt > interval.start)) continue;
+      if (row.startedAt < interval.start || row.endedAt > interval.end) {
+        for (Segment& part : UsageRollup::clip({&row, 1}, interval))
+          rows.push_back(std::move(part));
+        continue;
+      }
+      const std::uint32_t at = titles ? contextOf[r] : (*titlelessOf)[contextOf[r]];
+      micros[at] += UsageRollup::micros(row);
+      counts[at] += 1;
+    }
+    for (size_t c = 0; c < known.size(); ++c) {
+      if (counts[c] == 0) continue;
+      ContextTotal& total = partTotals.emplace_back(known[c]);
+      total.micros = micros[c];
+      total.count = counts[c];
+    }
+  };
   auto readDay = [&](size_t i) -> Status {
-    Result<std::vector<Segment>> stored = aggregates_.rowsOfDay((*days)[i].dayKey);
+    Result<std::shared_ptr<const DayRows>> stored = dayRows_.rowsOf((*days)[i].dayKey);
     if (!stored) return Error{stored.error()};
-    for (Segment& row : UsageRollup::clip(*stored, interval)) rows.push_back(std::move(row));
+    if (inside[i]) {
+      wholeDays.push_back(std::move(stored).value());
+    } else if (withDays) {
+      for (Segment& row : UsageRollup::clip((*stored)->rows(), interval))
+        rows.push_back(std::move(row));
+    } else {
+      countPart(**stored);
+    }
     return {};
   };
   for (size_t i = 0; i < count; ++i) {
@@ -172,7 +283,7 @@ Result<UsageTally> UsageSource::tallyAt(const DateInterval& interval,
   // A local day that holds rows read one by one is read whole, so that no local day is made of
   // two summaries.
   std::set<std::string> rowDays;
-  for (size_t scanned = 0; scanned < rows.size();) {
+  for (size_t scanned = 0; withDays && scanned < rows.size();) {
     for (; scanned < rows.size(); ++scanned)
       rowDays.insert(calendar_.dayKey(rows[scanned].startedAt));
     for (size_t i = 0; i < count; ++i) {
@@ -215,18 +326,34 @@ Result<UsageTally> UsageSource::tallyAt(const DateInterval& interval,
       return Error{details.error()};
     }
   }
+  for (const std::shared_ptr<const DayRows>& day : wholeDays) {
+    const std::vector<ContextTotal>& totals =
+        level == TotalsLevel::context ? day->contexts() : day->titlelessContexts();
+    tally.contexts.insert(tally.contexts.end(), totals.begin(), totals.end());
+  }
+  for (ContextTotal& total : partTotals) tally.contexts.push_back(std::move(total));
   sortByStart(rows);
   for (ContextTotal& total : UsageRollup::contexts(rows))
     tally.contexts.push_back(std::move(total));
 
   if (!withDays) return tally;
+  // A whole day shares its summary unless rows counted one by one fall in the same local day.
+  std::vector<Segment> summarized = atComputer(rows);
+  for (const std::shared_ptr<const DayRows>& day : wholeDays) {
+    if (rowDays.contains(day->dayKey())) {
+      for (const Segment& row : atComputer(day->rows())) summarized.push_back(row);
+    } else if (const std::optional<DaySummary>& summary = day->summary(calendar_)) {
+      tally.days.push_back(*summary);
+    }
+  }
+  sortByStart(summarized);
   for (size_t i = 0; i < count; ++i) {
     if (!usable[i]) continue;
     Result<std::optional<DaySummary>> day = summaryOfStoredDay(dayKeys[i]);
     if (!day) return Error{day.error()};
     if (*day) tally.days.push_back(std::move(**day));
   }
-  for (DaySummary& day : summarizeDays(atComputer(rows), calendar_)) {
+  for (DaySummary& day : summarizeDays(summarized, calendar_)) {
     tally.days.push_back(std::move(day));
   }
   std::sort(tally.days.begin(), tally.days.end(),

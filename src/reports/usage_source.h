@@ -11,11 +11,13 @@
 // Thread: main thread, with the store.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
 
 #include "base/calendar.h"
+#include "reports/day_rows.h"
 #include "reports/day_summary.h"
 #include "store/segment_store.h"
 #include "store/usage_aggregates.h"
@@ -26,11 +28,18 @@ struct UsageTally {
   std::vector<ContextTotal> contexts;  // may list a context more than once; add them up
   // Without keyword rules the stored days' totals come per application and host only
   // (`siteLevel`), and their details as time per stored detail id here; rows read one by one
-  // keep their full context (and so their details) in `contexts`.
+  // keep their details in `contexts` (whole days read from their rows per application, host
+  // and detail, the edges of the interval with their full context).
   bool siteLevel = false;
   std::vector<std::int64_t> detailMicros;
   std::vector<DaySummary> days;  // time at the computer, in day order
-  std::vector<Segment> rows;     // clipped, in start order; only when asked for
+  std::vector<Segment> rows;     // clipped, in start order; from tallyFromRows only
+};
+
+// The rows of a day's timeline and their blocks; shared, read-only.
+struct Timeline {
+  std::shared_ptr<const std::vector<Segment>> rows;  // at the computer, clipped, in start order
+  std::shared_ptr<const std::vector<TimelineBlock>> blocks;  // categories left empty
 };
 
 class UsageSource {
@@ -38,20 +47,27 @@ class UsageSource {
   // The store and calendar must outlive the source.
   UsageSource(SegmentStore& store, const Calendar& calendar);
 
-  // `extra`: rows not stored yet (the running segment), counted as if they were.
-  // `withRows` reads every row of the interval (for the timeline); otherwise aggregates are used.
-  // Without `withDays` only the context totals are filled; those of the stored rows are then
-  // kept until the database changes, so the chip, the widget and the limits can ask every few
-  // seconds for almost nothing.
+  // `extra`: rows not stored yet (the running segment), counted as if they were. Without
+  // `withDays` only the context totals are filled.
   Result<UsageTally> tally(const DateInterval& interval, std::span<const Segment> extra,
-                           bool withRows, bool withDays = true);
+                           bool withDays = true);
+  // Totals per context for the chip, the widget and the limits, who ask every few seconds: the
+  // totals of the stored rows are kept until the database changes. Without title rules they
+  // come per application and host (`titleless`, no details); `extra` keeps its full contexts.
+  Result<std::vector<ContextTotal>> totals(const DateInterval& interval,
+                                           std::span<const Segment> extra);
   // The same figures from the rows only: the reference the aggregates are held to.
   Result<UsageTally> tallyFromRows(const DateInterval& interval, std::span<const Segment> extra);
 
-  // The contexts of one application in the interval, per host and detail (for its detail rows).
+  // The timeline of `interval` with `extra`. Without `extra` the last one is kept while the
+  // interval and the rows it was made of stay the same.
+  Result<Timeline> timeline(const DateInterval& interval, std::span<const Segment> extra);
+
+  // The contexts of one application in the interval (of every application without
+  // `bundleId`), per host and detail: for detail rows.
   Result<std::vector<ContextTotal>> appDetails(const DateInterval& interval,
                                                std::span<const Segment> extra,
-                                               const std::string& bundleId);
+                                               const std::optional<std::string>& bundleId);
 
   // Whether categories depend on window titles (the user has keyword rules): then totals keep
   // titles apart; otherwise they come per site (see UsageTally). On by default.
@@ -65,20 +81,32 @@ class UsageSource {
                              bool withDays, TotalsLevel level,
                              std::optional<std::string_view> bundleOnly);
 
+  // Every stored day, kept until the database changes.
+  Result<std::vector<StoredDay>> storedDays();
+
   struct Remembered {
     Instant start;
     Instant end;
     TotalsLevel level;
-    UsageTally tally;
+    std::vector<ContextTotal> contexts;
   };
 
   SegmentStore& store_;
   const Calendar& calendar_;
   UsageAggregates aggregates_;
+  DayRowsCache dayRows_;
   std::optional<std::pair<std::int64_t, std::int64_t>> rememberedStamp_;
   std::vector<Remembered> remembered_;
   std::optional<std::int64_t> latestEnd_;  // of every stored row, at rememberedStamp_
   bool categoriesUseTitles_ = true;
+  std::optional<std::pair<std::int64_t, std::int64_t>> daysStamp_;
+  std::vector<StoredDay> days_;
+  struct KeptTimeline {
+    DateInterval interval;
+    std::vector<std::uint64_t> serials;  // of the days' rows it was made of
+    Timeline timeline;
+  };
+  std::optional<KeptTimeline> keptTimeline_;
 };
 
 // True when some rule files time by a word of the title (a keyword rule with a pattern).

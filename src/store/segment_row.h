@@ -10,6 +10,7 @@ namespace velto {
 inline constexpr const char* kSegmentColumns =
     "id, started_us, ended_us, seconds, bundle_id, app_name, window_title, host, tool_name, url, "
     "end_reason, day_key";
+inline constexpr int kSegmentColumnCount = 12;
 
 // The row at `row`, selected with kSegmentColumns.
 Segment segmentFromRow(const sql::Statement& row);

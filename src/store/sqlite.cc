@@ -142,6 +142,14 @@ std::string_view Statement::blob(int column) const {
                          : std::string_view();
 }
 
+ReadSnapshot::ReadSnapshot(Database& db) : db_(db) {
+  if (sqlite3_get_autocommit(db.handle()) != 0) open_ = db.exec("BEGIN").ok();
+}
+
+ReadSnapshot::~ReadSnapshot() {
+  if (open_ && !db_.exec("COMMIT")) (void)db_.exec("ROLLBACK");
+}
+
 Transaction::Transaction(Database& db) : db_(db), began_(db.exec("BEGIN IMMEDIATE")) {
   open_ = began_.ok();
 }

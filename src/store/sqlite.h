@@ -111,4 +111,19 @@ class Transaction {
   bool open_ = false;
 };
 
+// A read transaction over the statements of its scope, so that they see one state of the file
+// and take the file's locks once instead of once each. Nothing happens when a transaction is
+// already open on `db`. Writes made inside are committed at the end (best effort).
+class ReadSnapshot {
+ public:
+  explicit ReadSnapshot(Database& db);
+  ~ReadSnapshot();
+  ReadSnapshot(const ReadSnapshot&) = delete;
+  ReadSnapshot& operator=(const ReadSnapshot&) = delete;
+
+ private:
+  Database& db_;
+  bool open_ = false;
+};
+
 }  // namespace velto::sql

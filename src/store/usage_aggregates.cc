@@ -376,6 +376,19 @@ void detailKeyFunction(sqlite3_context* context, int, sqlite3_value** values) {
   sqlite3_result_text(context, key.data(), static_cast<int>(key.size()), SQLITE_TRANSIENT);
 }
 
+// A count of the edits and deletions of rows, anywhere in the store. Recording only inserts, so
+// rows kept in memory stay right while the count stands still; new rows are found by rowid.
+constexpr const char* kEditCountSql = R"sql(
+CREATE TABLE usage_edits (n INTEGER NOT NULL);
+INSERT INTO usage_edits (n) VALUES (0);
+CREATE TRIGGER usage_edit_after_delete AFTER DELETE ON segment BEGIN
+  UPDATE usage_edits SET n = n + 1;
+END;
+CREATE TRIGGER usage_edit_after_update AFTER UPDATE ON segment BEGIN
+  UPDATE usage_edits SET n = n + 1;
+END;
+)sql";
+
 Result<bool> tableExists(sql::Database& db, std::string_view name) {
   Result<sql::Statement> statement =
       db.prepare("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = ?");
@@ -407,6 +420,14 @@ Status installUsageAggregates(sql::Database& db) {
   if (Status indexed = db.exec("CREATE INDEX IF NOT EXISTS segment_by_end ON segment (ended_us)");
       !indexed) {
     return indexed;
+  }
+  Result<bool> counted = tableExists(db, "usage_edits");
+  if (!counted) return Error{counted.error()};
+  if (!*counted) {
+    sql::Transaction transaction(db);
+    if (!transaction.began()) return transaction.began();
+    if (Status created = db.exec(kEditCountSql); !created) return created;
+    if (Status committed = transaction.commit(); !committed) return committed;
   }
   Result<bool> present = tableExists(db, "usage_month_detail");
   if (!present) return Error{present.error()};
@@ -595,6 +616,31 @@ std::optional<std::int64_t> UsageAggregates::detailIdOfKey(std::string_view key)
   return id;
 }
 
+Result<std::vector<std::optional<ActivityDetail>>> UsageAggregates::detailsOfIds(
+    std::span<const std::int64_t> ids) {
+  std::vector<std::optional<ActivityDetail>> details(ids.size());
+  if (ids.empty()) return details;
+  std::string list = "[";
+  for (size_t i = 0; i < ids.size(); ++i) {
+    if (i > 0) list += ',';
+    list += std::to_string(ids[i]);
+  }
+  list += ']';
+  Result<sql::Statement> statement = db_.prepare(
+      "SELECT j.key, d.detail_k FROM json_each(?) j JOIN usage_detail d ON d.id = j.value");
+  if (!statement) return Error{statement.error()};
+  statement->bind(1, std::string_view(list));
+  while (true) {
+    Result<bool> row = statement->step();
+    if (!row) return Error{row.error()};
+    if (!*row) break;
+    const std::int64_t at = statement->int64(0);
+    if (at >= 0 && static_cast<size_t>(at) < details.size())
+      details[static_cast<size_t>(at)] = decodeDetail(statement->text(1));
+  }
+  return details;
+}
+
 std::optional<ActivityDetail> UsageAggregates::detailOfId(std::int64_t id) {
   if (!detailById_) {
     Result<sql::Statement> prepared = db_.prepare("SELECT detail_k FROM usage_detail WHERE id = ?");
@@ -610,18 +656,30 @@ std::optional<ActivityDetail> UsageAggregates::detailOfId(std::int64_t id) {
   return detail;
 }
 
-Result<std::vector<Segment>> UsageAggregates::rowsOfDay(std::string_view dayKey) {
+std::optional<RowsVersion> UsageAggregates::rowsVersion() {
+  Result<sql::Statement> statement = db_.prepare(
+      "SELECT (SELECT n FROM usage_edits), (SELECT ifnull(max(rowid), 0) FROM segment)");
+  if (!statement) return std::nullopt;
+  Result<bool> row = statement->step();
+  if (!row || !*row) return std::nullopt;
+  return RowsVersion{statement->int64(0), statement->int64(1)};
+}
+
+Result<std::vector<RowOfDay>> UsageAggregates::rowsOfDay(std::string_view dayKey,
+                                                         std::int64_t afterRowid) {
   if (!dayRows_) {
-    Result<sql::Statement> prepared =
-        db_.prepare(std::string("SELECT ") + kSegmentColumns +
-                    " FROM segment WHERE day_key = ? ORDER BY started_us, rowid");
+    Result<sql::Statement> prepared = db_.prepare(
+        std::string("SELECT ") + kSegmentColumns +
+        ", rowid FROM segment WHERE day_key = ? AND rowid > ? ORDER BY started_us, rowid");
     if (!prepared) return Error{prepared.error()};
     dayRows_.emplace(std::move(prepared).value());
   }
   sql::Statement& statement = *dayRows_;
   statement.reset();
-  statement.bind(1, dayKey);
-  Result<std::vector<Segment>> rows = statement.collect(segmentFromRow);
+  statement.bind(1, dayKey).bind(2, afterRowid);
+  Result<std::vector<RowOfDay>> rows = statement.collect([](const sql::Statement& row) {
+    return RowOfDay{segmentFromRow(row), row.int64(kSegmentColumnCount)};
+  });
   statement.reset();
   return rows;
 }

@@ -21,6 +21,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -72,6 +73,17 @@ struct KeyRange {
   std::string last;
 };
 
+struct RowsVersion {
+  std::int64_t edits = 0;      // rows edited or deleted so far (never goes down)
+  std::int64_t lastRowid = 0;  // the largest rowid in use
+  bool operator==(const RowsVersion&) const = default;
+};
+
+struct RowOfDay {
+  Segment segment;
+  std::int64_t rowid = 0;
+};
+
 // How finely contextTotals tells contexts apart.
 enum class TotalsLevel {
   context,    // every recorded context, titles and tools included
@@ -112,9 +124,16 @@ class UsageAggregates {
   std::optional<std::int64_t> detailIdOfKey(std::string_view key);
   // The detail an id stands for (its kind and label as first stored).
   std::optional<ActivityDetail> detailOfId(std::int64_t id);
-  // The rows of one stored day, sorted by start (then insertion order). Only the columns reports
-  // need: id, times, seconds, bundle, app name, title, host, tool.
-  Result<std::vector<Segment>> rowsOfDay(std::string_view dayKey);
+  // The details of several ids at once, in the order of `ids`; none for an unknown id.
+  Result<std::vector<std::optional<ActivityDetail>>> detailsOfIds(
+      std::span<const std::int64_t> ids);
+  // Where the rows stand: rows kept from an earlier read are still right while `edits` is the
+  // same, and rows added since have a rowid above the earlier `lastRowid`.
+  std::optional<RowsVersion> rowsVersion();
+  // The rows of one stored day with a rowid above `afterRowid`, sorted by start (then insertion
+  // order). Only the columns reports need: id, times, seconds, bundle, app name, title, host,
+  // tool.
+  Result<std::vector<RowOfDay>> rowsOfDay(std::string_view dayKey, std::int64_t afterRowid = 0);
 
   // A cached per-day figure blob computed by the reader for `zone`; dropped by the triggers
   // whenever a row of that day changes.

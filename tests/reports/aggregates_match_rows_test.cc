@@ -124,7 +124,7 @@ class AggregatesMatchRowsTest : public testing::StoreTest {
     ASSERT_TRUE(reference.ok());
     for (bool titles : {true, false}) {
       source.setCategoriesUseTitles(titles);
-      const Result<UsageTally> totals = source.tally(interval, {}, false, false);
+      const Result<UsageTally> totals = source.tally(interval, {}, false);
       ASSERT_TRUE(totals.ok()) << totals.error();
       EXPECT_EQ(totalsOf(totals->contexts, !titles), totalsOf(reference->contexts, !titles));
       EXPECT_EQ(totals->siteLevel, !titles);
@@ -133,13 +133,13 @@ class AggregatesMatchRowsTest : public testing::StoreTest {
                   detailsOf(*reference, source.aggregates()));
       }
     }
-    const Result<UsageTally> fast = source.tally(interval, {}, false);
+    const Result<UsageTally> fast = source.tally(interval, {});
     ASSERT_TRUE(fast.ok()) << fast.error();
     EXPECT_EQ(fast->days, reference->days);
     // Joined day summaries give what the rows give.
     EXPECT_EQ(shapeOf(fast->days), UsageRollup::shape(atComputer(reference->rows), reading));
     // A second read comes from the cached day summaries.
-    const Result<UsageTally> again = source.tally(interval, {}, false);
+    const Result<UsageTally> again = source.tally(interval, {});
     ASSERT_TRUE(again.ok());
     EXPECT_EQ(again->days, reference->days);
   }
@@ -234,19 +234,25 @@ TEST_F(AggregatesMatchRowsTest, FullReportsAgreeWithTheRunningSegmentAndRules) {
           EXPECT_EQ(fast->detailTrends[i].row.current, slow->detailTrends[i].row.current);
           EXPECT_EQ(fast->detailTrends[i].row.previous, slow->detailTrends[i].row.previous);
         }
-        // An application's detail rows, read on their own when totals are per site.
+        // Detail rows when totals are per site: one application's read on its own, and every
+        // application's read in one pass.
+        Result<std::vector<ContextTotal>> every =
+            source.appDetails(fast->counted, fast->liveRows, std::nullopt);
+        ASSERT_TRUE(every.ok());
         for (const AppUsage& app : slow->byApp) {
           Result<std::vector<ContextTotal>> own =
               source.appDetails(fast->counted, fast->liveRows, app.bundleId);
           ASSERT_TRUE(own.ok());
           const std::vector<DetailUsage> expected =
               UsageRollup::detailRows(slow->contexts, app.bundleId);
-          const std::vector<DetailUsage> got = UsageRollup::detailRows(*own, app.bundleId);
-          ASSERT_EQ(got.size(), expected.size()) << app.bundleId;
-          for (size_t i = 0; i < got.size(); ++i) {
-            EXPECT_EQ(got[i].key, expected[i].key);
-            EXPECT_EQ(got[i].seconds, expected[i].seconds);
-            EXPECT_EQ(got[i].count, expected[i].count);
+          for (const std::vector<ContextTotal>* read : {&*own, &*every}) {
+            const std::vector<DetailUsage> got = UsageRollup::detailRows(*read, app.bundleId);
+            ASSERT_EQ(got.size(), expected.size()) << app.bundleId;
+            for (size_t i = 0; i < got.size(); ++i) {
+              EXPECT_EQ(got[i].key, expected[i].key);
+              EXPECT_EQ(got[i].seconds, expected[i].seconds);
+              EXPECT_EQ(got[i].count, expected[i].count);
+            }
           }
         }
         EXPECT_EQ(fast->liveSegmentID.has_value(), period.inProgress);
@@ -255,15 +261,76 @@ TEST_F(AggregatesMatchRowsTest, FullReportsAgreeWithTheRunningSegmentAndRules) {
   }
 }
 
+// One source lives through every kind of write, as the report window's does: the rows it keeps
+// in memory for the day being recorded and for partly covered days must follow each of them.
+TEST_F(AggregatesMatchRowsTest, KeptRowsFollowEveryKindOfWrite) {
+  ASSERT_TRUE(store->insertRows(randomHistory(calendar, at("2026-11-01T05:00:00Z"), 20, 5)));
+  UsageSource source(*store, calendar);
+  const std::vector<DateInterval> intervals = {
+      {at("2026-11-19T23:00:00Z"), at("2026-11-21T00:00:00Z")},  // the newest day, whole
+      {at("2026-11-18T23:00:00Z"), at("2026-11-19T13:30:00Z")},  // a day up to "this point"
+      {at("2026-11-10T23:00:00Z"), at("2026-11-11T23:00:00Z")},  // a settled day, whole
+  };
+  auto expectSame = [&](const std::string& after) {
+    SCOPED_TRACE(after);
+    for (const DateInterval& interval : intervals) {
+      const Result<UsageTally> reference = source.tallyFromRows(interval, {});
+      ASSERT_TRUE(reference.ok());
+      for (bool titles : {true, false}) {
+        source.setCategoriesUseTitles(titles);
+        const Result<UsageTally> fast = source.tally(interval, {});
+        ASSERT_TRUE(fast.ok()) << fast.error();
+        EXPECT_EQ(totalsOf(fast->contexts, !titles), totalsOf(reference->contexts, !titles));
+        EXPECT_EQ(fast->days, reference->days);
+      }
+      const Result<Timeline> timeline = source.timeline(interval, {});
+      ASSERT_TRUE(timeline.ok());
+      EXPECT_EQ(timeline->rows->size(), atComputer(reference->rows).size());
+      EXPECT_EQ(timeline->blocks->size(), UsageRollup::blocks(atComputer(reference->rows)).size());
+    }
+  };
+  expectSame("the first read");
+  const std::vector<Segment> rows = all();
+  auto rowIn = [&](const std::string& dayKey, size_t nth) {
+    std::vector<Uuid> ids;
+    for (const Segment& row : rows) {
+      if (row.dayKey == dayKey) ids.push_back(row.id);
+    }
+    return ids.at(nth % ids.size());
+  };
+
+  add("code", "2026-11-20T22:00:00Z", "2026-11-20T22:10:00Z");
+  expectSame("a row recorded into the newest day");
+  ASSERT_TRUE(store->insertRows(
+      randomHistory(calendar, at("2026-11-19T08:00:00Z"), 1, 9)));  // an import into a kept day
+  expectSame("rows imported into days already read");
+  const Uuid reassigned = rowIn("2026-11-19", 3);
+  ASSERT_TRUE(store->reassign({&reassigned, 1}, "slack", "Slack"));
+  expectSame("a stretch given to another app");
+  const Uuid deleted = rowIn("2026-11-20", 5);
+  ASSERT_TRUE(store->deleteSegments({&deleted, 1}));
+  expectSame("a deleted stretch");
+  {
+    NoticeBus otherBus;
+    PersistenceController other(dir.path());
+    SegmentStore otherStore(other, calendar, otherBus);
+    const Uuid elsewhere = rowIn("2026-11-11", 2);
+    ASSERT_TRUE(otherStore.deleteSegments({&elsewhere, 1}));
+    ASSERT_TRUE(
+        otherStore.insert(recorded("slack", "2026-11-19T12:00:00Z", "2026-11-19T12:20:00Z")));
+  }
+  expectSame("a deletion and a row from another process");
+}
+
 TEST_F(AggregatesMatchRowsTest, RememberedTotalsFollowEveryWriterAndTheRunningSegment) {
   ASSERT_TRUE(store->insertRows(randomHistory(calendar, at("2026-11-01T05:00:00Z"), 20, 11)));
   UsageSource source(*store, calendar);
   source.setCategoriesUseTitles(false);
   const DateInterval week{at("2026-11-09T00:00:00Z"), at("2026-11-16T00:00:00Z")};
   auto total = [&](std::span<const Segment> extra = {}) {
-    Result<UsageTally> tally = source.tally(week, extra, false, false);
-    EXPECT_TRUE(tally.ok());
-    return tally.ok() ? UsageRollup::atComputerSeconds(tally->contexts) : -1.0;
+    Result<std::vector<ContextTotal>> totals = source.totals(week, extra);
+    EXPECT_TRUE(totals.ok());
+    return totals.ok() ? UsageRollup::atComputerSeconds(*totals) : -1.0;
   };
   auto reference = [&] {
     return UsageRollup::atComputerSeconds(source.tallyFromRows(week, {})->contexts);
@@ -297,7 +364,7 @@ TEST_F(AggregatesMatchRowsTest, RememberedTotalsFollowEveryWriterAndTheRunningSe
   // Asked again up to a later end: the same stored rows, unless one reaches past the earlier end.
   const DateInterval longer{week.start, at("2026-11-20T00:00:00Z")};
   auto totalOf = [&](const DateInterval& interval) {
-    return UsageRollup::atComputerSeconds(source.tally(interval, {}, false, false)->contexts);
+    return UsageRollup::atComputerSeconds(*source.totals(interval, {}));
   };
   auto referenceOf = [&](const DateInterval& interval) {
     return UsageRollup::atComputerSeconds(source.tallyFromRows(interval, {})->contexts);
