@@ -1,9 +1,11 @@
 // Report, export and import speed over a synthetic year of about 1,000,000 segments (Zipf-like
-// applications, thousands of hosts and titles), in one run:
+// applications, thousands of hosts and titles) ending at "now", late in the evening, in one run:
 //   BM_RawScan            every row of the year read from SQLite (the cost the aggregates avoid)
 //   BM_Report/<kind>      day, week, month and year reports from the aggregates (warm: the
 //                         per-day summaries were cached by an earlier report), and the first
 //                         year report after a change of every day (cold)
+//   BM_ReportAfterInsert  day and year in progress, reloaded after each new row of today
+//   BM_YearAppDetails     every application's detail rows for the year in progress
 //   BM_ExportCsv          CSV export of everything, with the growth of peak memory
 //   BM_ImportJson         import of a JSON export of 30 days into an empty store
 //
@@ -74,7 +76,10 @@ struct Year {
   }
 
   size_t loadHistory() {
-    std::vector<Segment> history = bench::zipfDays(calendar, now, historyDays());
+    // Whole days up to yesterday and today until now, as a recorder would have left them.
+    std::vector<Segment> history =
+        bench::zipfDays(calendar, calendar.addDays(now, 1), historyDays());
+    std::erase_if(history, [&](const Segment& row) { return row.endedAt > now; });
     const size_t count = history.size();
     if (!store->insertRows(history)) std::abort();
     return count;
@@ -140,6 +145,52 @@ BENCHMARK(BM_Report)
     ->ArgsProduct({{0, 1, 2, 3}, {0, 1}})
     ->Unit(benchmark::kMillisecond)
     ->MinTime(0.5);
+
+// The reload of a report in progress after the recorder stored one more row of today: what the
+// report window does while recording.
+void BM_ReportAfterInsert(benchmark::State& state) {
+  Year& y = year();
+  const auto kind = static_cast<PeriodKind>(state.range(0));
+  if (!y.report(kind, y.now)) state.SkipWithError("report failed");
+  std::vector<Uuid> added;
+  Instant cursor = addSeconds(y.now, -1800);
+  for (auto _ : state) {
+    state.PauseTiming();
+    Segment row;
+    row.id = Uuid::random();
+    row.startedAt = cursor;
+    row.endedAt = addSeconds(cursor, 1);
+    row.seconds = 1;
+    row.bundleId = "app7";
+    row.appName = "App 7";
+    row.dayKey = y.calendar.dayKey(cursor);
+    cursor = row.endedAt;
+    if (!y.store->insertRows({&row, 1})) state.SkipWithError("insert failed");
+    added.push_back(row.id);
+    state.ResumeTiming();
+    benchmark::DoNotOptimize(y.report(kind, y.now));
+  }
+  (void)y.store->deleteSegments(added);
+  state.SetLabel(std::string(rawValue(kind)) + " in progress, one row added before each");
+}
+BENCHMARK(BM_ReportAfterInsert)->Arg(0)->Arg(3)->Unit(benchmark::kMillisecond)->Iterations(50);
+
+// The detail rows of every application of the year in progress, as the report window lists
+// them when totals are per site (one pass over the details of all applications).
+void BM_YearAppDetails(benchmark::State& state) {
+  Year& y = year();
+  const DateInterval counted =
+      countedInterval(periodContaining(PeriodKind::year, y.now, y.calendar, y.now), y.now);
+  double rows = 0;
+  for (auto _ : state) {
+    Result<std::vector<ContextTotal>> every = y.source->appDetails(counted, {}, std::nullopt);
+    if (!every) state.SkipWithError("details failed");
+    rows = every ? static_cast<double>(every->size()) : 0;
+    benchmark::DoNotOptimize(every);
+  }
+  state.counters["totals"] = rows;
+}
+BENCHMARK(BM_YearAppDetails)->Unit(benchmark::kMillisecond)->MinTime(0.5);
 
 void BM_YearReportCold(benchmark::State& state) {
   Year& y = year();
