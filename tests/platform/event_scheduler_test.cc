@@ -48,6 +48,11 @@ TEST(EventSchedulerSpans, RoundUpSoTimersNeverFireEarly) {
   // with 5 s of tolerance may be at most 5 s late, however far away it is.
   EXPECT_EQ(EventScheduler::accuracy(0), 1u);
   EXPECT_EQ(EventScheduler::accuracy(5), 5000000u);
+  // The 5-s polls with 1 s of tolerance are late by 250 ms at most; the minute's checks by 3 s.
+  EXPECT_EQ(EventScheduler::repeatingAccuracy(5, 1), 250000u);
+  EXPECT_EQ(EventScheduler::repeatingAccuracy(60, 10), 3000000u);
+  EXPECT_EQ(EventScheduler::repeatingAccuracy(60, 0.5), 500000u);
+  EXPECT_EQ(EventScheduler::repeatingAccuracy(0.4, 0), 1u);
 }
 
 TEST_F(EventSchedulerTest, OneShotsFireInDeadlineOrderAndNotEarly) {
@@ -83,19 +88,24 @@ TEST_F(EventSchedulerTest, CancelledAndDroppedTimersNeverRun) {
   EXPECT_FALSE(cancelled.isActive());
 }
 
-TEST_F(EventSchedulerTest, RepeatingTimerKeepsFiringUntilItsActionCancelsIt) {
+TEST_F(EventSchedulerTest, RepeatingTimerKeepsItsBeatUntilItsActionCancelsIt) {
   int ticks = 0;
   const auto start = SteadyClock::now();
   Timer repeating;
-  repeating = scheduler.repeating(0.01, 0, [&] {
+  repeating = scheduler.repeating(0.03, 0, [&] {
     ++ticks;
-    EXPECT_GE(secondsSince(start), 0.01 * ticks);
-    if (ticks == 3) repeating.cancel();
+    EXPECT_GE(secondsSince(start), 0.03 * ticks);
+    // A slow action must not push the later beats back (four of them would add 80 ms).
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    if (ticks == 5) {
+      repeating.cancel();
+      EXPECT_LT(secondsSince(start), 0.03 * 5 + 0.02 + 0.04);
+    }
   });
   // Long enough for many more ticks had the cancel not held.
-  Timer stop = scheduler.after(0.1, [&] { loop.exit(); });
+  Timer stop = scheduler.after(0.3, [&] { loop.exit(); });
   runFor(2);
-  EXPECT_EQ(ticks, 3);
+  EXPECT_EQ(ticks, 5);
   EXPECT_FALSE(repeating.isActive());
 }
 

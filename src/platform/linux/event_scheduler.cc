@@ -65,6 +65,10 @@ std::uint64_t EventScheduler::accuracy(double toleranceSeconds) {
   return std::max<std::uint64_t>(1, microseconds(toleranceSeconds));
 }
 
+std::uint64_t EventScheduler::repeatingAccuracy(double intervalSeconds, double toleranceSeconds) {
+  return accuracy(std::min(toleranceSeconds, intervalSeconds * 0.05));
+}
+
 Timer EventScheduler::start(int clock, std::uint64_t usec, std::uint64_t accuracy,
                             std::uint64_t interval, std::function<void()> action) {
   const std::uint64_t id = nextId_++;
@@ -99,7 +103,13 @@ void EventScheduler::fired(std::uint64_t id) {
     // A one-shot is forgotten before it runs, so the action may schedule or cancel freely.
     timers_.erase(found);
   } else {
-    sd_event_source_set_time(entry->source, monotonicNow() + entry->interval);
+    // The next beat of the timer's own rhythm; after a long stall (a suspended machine), one
+    // interval from now rather than a burst of catch-up runs.
+    std::uint64_t deadline = 0;
+    sd_event_source_get_time(entry->source, &deadline);
+    deadline += entry->interval;
+    if (const std::uint64_t now = monotonicNow(); deadline <= now) deadline = now + entry->interval;
+    sd_event_source_set_time(entry->source, deadline);
     sd_event_source_set_enabled(entry->source, SD_EVENT_ON);
   }
   entry->action();
@@ -109,8 +119,8 @@ Timer EventScheduler::repeating(double intervalSeconds, double toleranceSeconds,
                                 std::function<void()> action) {
   // A zero interval would spin the loop; one microsecond is the shortest the loop knows.
   const std::uint64_t interval = std::max<std::uint64_t>(1, microseconds(intervalSeconds));
-  return start(CLOCK_MONOTONIC, monotonicNow() + interval, accuracy(toleranceSeconds), interval,
-               std::move(action));
+  return start(CLOCK_MONOTONIC, monotonicNow() + interval,
+               repeatingAccuracy(intervalSeconds, toleranceSeconds), interval, std::move(action));
 }
 
 Timer EventScheduler::at(Instant at, double toleranceSeconds, std::function<void()> action) {

@@ -2,7 +2,9 @@
 //
 // repeating() and after() run on CLOCK_MONOTONIC, so clock steps do not move them; at() is a
 // CLOCK_REALTIME deadline, so it follows the wall clock when it is set. A tolerance becomes the
-// timer's accuracy: the loop may fire up to that late to coalesce wake-ups, never early.
+// timer's accuracy: the loop may fire up to that late to coalesce wake-ups, never early. A
+// repeating timer is late by at most 5 % of its interval even with more tolerance, and its
+// deadlines stay on its own beat (one interval apart), so lateness does not add up.
 // post() wakes the loop through an eventfd and runs the actions in order on its next turn.
 //
 // Thread: create, schedule and cancel on the loop's thread; post() may be called from any
@@ -35,9 +37,11 @@ class EventScheduler final : public Scheduler {
 
   // Microseconds for a span in seconds: rounded up (a timer never fires early), at least 0.
   static std::uint64_t microseconds(double seconds);
-  // The loop's accuracy for a tolerance in seconds: at least 1 µs (0 means the loop's default
-  // of 250 ms to sd-event).
+  // The loop's accuracy in µs for a tolerance in seconds: at least 1 µs (0 means the loop's
+  // default of 250 ms to sd-event).
   static std::uint64_t accuracy(double toleranceSeconds);
+  // The accuracy of a repeating timer: its tolerance, but no more than 5 % of its interval.
+  static std::uint64_t repeatingAccuracy(double intervalSeconds, double toleranceSeconds);
 
  protected:
   void cancel(std::uint64_t id) override;
