@@ -2,7 +2,7 @@
 //
 // Every callback runs on the main thread, never re-entrantly from inside the call that scheduled
 // it. Tolerances (seconds) let the implementation coalesce wake-ups; a timer never fires early.
-// The real implementation sits on the Qt event loop; ManualScheduler drives virtual time.
+// The real implementation sits on the sd-event loop; ManualScheduler drives virtual time.
 #pragma once
 
 #include <cstdint>

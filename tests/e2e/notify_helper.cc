@@ -2,18 +2,18 @@
 //   velto-e2e-notify ID TITLE BODY
 // Exit status 0 when a server owns the name and took the notification, 3 when no server is
 // authorised, 1 when posting failed.
-#include <QCoreApplication>
 #include <cstdio>
 
 #include "platform/linux/desktop_notifications.h"
+#include "platform/linux/event_loop.h"
 
 int main(int argc, char** argv) {
   if (argc != 4) {
     std::fprintf(stderr, "usage: velto-e2e-notify ID TITLE BODY\n");
     return 2;
   }
-  QCoreApplication application(argc, argv);
-  velto::platform::DesktopNotifications notifications("Velto");
+  velto::platform::EventLoop loop;
+  velto::platform::DesktopNotifications notifications(loop, "Velto");
   if (!notifications.isAuthorised()) {
     std::fprintf(stderr, "no notification server owns the name\n");
     return 3;

@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "platform/linux/inhibitor_assertions.h"
-#include "platform/linux/qt_scheduler.h"
 #include "platform/linux/session_signal_hub.h"
 
 namespace velto::platform {
@@ -82,18 +81,6 @@ TEST(Inhibitors, HoldTypesComeFromLogindByPidAndGnomeByApplication) {
   EXPECT_TRUE(holdTypes(9, firefox, logind, {"org.gnome.Totem"}).empty());
   EXPECT_FALSE(gnomeAppIdMatches("", firefox));
   EXPECT_FALSE(gnomeAppIdMatches("firefox", RunningApplication{std::nullopt, "Firefox", 9}));
-}
-
-TEST(QtScheduler, TimersNeverFireEarlyAndCoarseOnlyWithinTolerance) {
-  EXPECT_EQ(QtScheduler::delayMilliseconds(0.0004), 1);
-  EXPECT_EQ(QtScheduler::delayMilliseconds(5), 5000);
-  EXPECT_EQ(QtScheduler::delayMilliseconds(-3), 0);
-  EXPECT_EQ(QtScheduler::delayMilliseconds(1e12), std::numeric_limits<int>::max());
-  // The 5-s polls with 1 s of tolerance may coalesce; a midnight timer 9 hours away with 5 s
-  // of tolerance must not (5 % of 9 hours is 27 minutes).
-  EXPECT_EQ(QtScheduler::timerType(5, 1), Qt::CoarseTimer);
-  EXPECT_EQ(QtScheduler::timerType(9 * 3600, 5), Qt::PreciseTimer);
-  EXPECT_EQ(QtScheduler::timerType(0.4, 0), Qt::PreciseTimer);
 }
 
 }  // namespace

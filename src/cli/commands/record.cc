@@ -1,12 +1,7 @@
 // `velto record`: the recorder without a tray. Runs the full service set on the real desktop
 // until SIGINT or SIGTERM, which close the open segment ("appQuit") and stop cleanly.
 #include <signal.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
-#include <QCoreApplication>
-#include <QFileSystemWatcher>
-#include <QSocketNotifier>
 #include <cstdio>
 
 #include "app/service_set.h"
@@ -17,19 +12,13 @@
 #include "cli/command.h"
 #include "cli/commands/recorder_presence.h"
 #include "platform/linux/atspi_tab_reader.h"
+#include "platform/linux/folder_watch.h"
 #include "platform/linux/linux_desktop.h"
 #include "platform/linux/notification_center.h"
 
 namespace velto::cli {
 
 namespace {
-
-int signalPipe[2] = {-1, -1};
-
-void onStopSignal(int) {
-  const char byte = 1;
-  [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
-}
 
 void say(const std::string& text) {
   std::fputs(text.c_str(), stderr);
@@ -60,33 +49,22 @@ int record(const Invocation& invocation) {
     return 1;
   }
 
-  int argc = 1;
-  char name[] = "velto";
-  char* argv[] = {name, nullptr};
-  QCoreApplication application(argc, argv);
-
-  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) != 0) {
+  // Blocked before any thread starts, so that every thread leaves them to the loop.
+  if (!platform::blockSignals({SIGINT, SIGTERM})) {
     log::error("Could not set up signal handling: %{public}s", files::errnoText(errno));
     return 1;
   }
-  struct sigaction action {};
-  action.sa_handler = onStopSignal;
-  sigemptyset(&action.sa_mask);
-  action.sa_flags = SA_RESTART;
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
-  QSocketNotifier stopNotifier(signalPipe[0], QSocketNotifier::Read);
-  QObject::connect(&stopNotifier, &QSocketNotifier::activated, &application,
-                   [] { QCoreApplication::quit(); });
-
   platform::LinuxDesktop desktop;
+  platform::EventLoop& loop = desktop.loop();
+  platform::SignalWatch interrupt(loop, SIGINT, [&loop] { loop.exit(); });
+  platform::SignalWatch terminate(loop, SIGTERM, [&loop] { loop.exit(); });
   for (platform::MissingSource missing : desktop.missingSources()) {
     say(i18n::text(invocation.language, platform::missingSourceKey(missing)));
   }
 
   // Limit alerts, the daily summary and the weekly digest reach the desktop's notification
   // server; a click opens nothing yet (there is no window), but is routed all the same.
-  platform::FreedesktopNotificationCenter notifications(nullptr);
+  platform::FreedesktopNotificationCenter notifications(loop, nullptr);
   Desktop session = desktop.desktop();
   session.notifications = &notifications;
   ServiceSet services(session, paths, Calendar::current());
@@ -103,29 +81,23 @@ int record(const Invocation& invocation) {
 
   // The shared folder brings commands; the configuration folder brings settings written by
   // other processes (writers rename into place, so the folder is watched, not the file).
-  QFileSystemWatcher watcher;
-  const QString sharedFolder =
-      paths.sharedFolder ? QString::fromStdString(paths.sharedFolder->string()) : QString();
-  if (!sharedFolder.isEmpty()) watcher.addPath(sharedFolder);
-  watcher.addPath(QString::fromStdString(paths.settingsFile.parent_path().string()));
-  QObject::connect(&watcher, &QFileSystemWatcher::directoryChanged, &application,
-                   [&](const QString& folder) {
-                     if (folder == sharedFolder) {
-                       takeCommand(services);
-                     } else {
-                       services.settings().reloadIfChanged();
-                     }
-                   });
+  platform::FolderWatch watcher(loop, [&](const std::filesystem::path& folder) {
+    if (paths.sharedFolder && folder == *paths.sharedFolder) {
+      takeCommand(services);
+    } else {
+      services.settings().reloadIfChanged();
+    }
+  });
+  if (paths.sharedFolder) watcher.add(*paths.sharedFolder);
+  watcher.add(paths.settingsFile.parent_path());
 
   services.start();
   // A command left while no recorder ran is taken now (the engine drops stale ones).
   if (paths.sharedFolder) takeCommand(services);
   say(i18n::text(invocation.language, "record.started"));
-  QCoreApplication::exec();
+  loop.run();
   services.quit();
   say(i18n::text(invocation.language, "record.stopped"));
-  ::close(signalPipe[0]);
-  ::close(signalPipe[1]);
   return 0;
 }
 

@@ -1,6 +1,5 @@
 // `velto status [--json | --format waybar]`: whether a recorder runs, whether tracking is paused,
 // and which desktop sources work in this session; or today's chip as one line for a waybar module.
-#include <QCoreApplication>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -53,10 +52,6 @@ int status(const Invocation& invocation) {
   const bool paused = settings.isPaused();
   const std::optional<Instant> until = paused ? settings.pausedUntil() : std::nullopt;
 
-  int argc = 1;
-  char name[] = "velto";
-  char* argv[] = {name, nullptr};
-  QCoreApplication application(argc, argv);
   platform::LinuxDesktop desktop;
   const std::vector<platform::MissingSource> missing = desktop.missingSources();
   auto has = [&](platform::MissingSource source) {

@@ -1,13 +1,13 @@
 // `velto summary`: a few written sentences about a day, week, month, year or range, from the
 // report's facts by the language model the settings choose; --facts prints the numbered facts.
-#include <QCoreApplication>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "base/strings.h"
 #include "cli/command.h"
 #include "cli/commands/report_session.h"
-#include "platform/linux/qt_scheduler.h"
+#include "platform/linux/event_loop.h"
+#include "platform/linux/event_scheduler.h"
 #include "reports/usage_report.h"
 #include "summaries/written_summary.h"
 
@@ -44,18 +44,15 @@ int runSummary(const Invocation& invocation) {
     return 0;
   }
 
-  int argc = 1;
-  char name[] = "velto";
-  char* argv[] = {name, nullptr};
-  QCoreApplication application(argc, argv);
-  platform::QtScheduler scheduler(session.clock);
+  platform::EventLoop loop;
+  platform::EventScheduler scheduler(loop);
   std::unique_ptr<LanguageModel> model = languageModelFor(session.settings, scheduler);
   WrittenSummary summary(*model);
   summary.onChange = [&] {
-    if (!summary.working()) QCoreApplication::quit();
+    if (!summary.working()) loop.exit();
   };
   summary.generate(*figures, language);
-  if (summary.working()) application.exec();
+  if (summary.working()) loop.run();
 
   if (summary.failure()) {
     complain(i18n::text(language, "cli.summary.failed %@", *summary.failure()));

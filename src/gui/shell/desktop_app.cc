@@ -40,7 +40,8 @@ std::filesystem::path ownProgram() {
 
 DesktopApp::DesktopApp(ServicePaths paths)
     : paths_(paths),
-      notifications_(nullptr),
+      pump_(desktop_.loop()),
+      notifications_(desktop_.loop(), nullptr),
       services_(withNotifications(desktop_.desktop(), &notifications_), paths, Calendar::current()),
       pause_(services_),
       quit_(services_, desktop_.scheduler(), [] { QCoreApplication::quit(); }),

@@ -15,6 +15,7 @@
 
 #include "app/service_set.h"
 #include "gui/report/report_window.h"
+#include "gui/shell/event_loop_pump.h"
 #include "gui/shell/pause_actions.h"
 #include "gui/shell/quit_sequence.h"
 #include "gui/shell/stop_signals.h"
@@ -63,6 +64,7 @@ class DesktopApp : public QObject {
 
   ServicePaths paths_;
   platform::LinuxDesktop desktop_;
+  EventLoopPump pump_;
   platform::FreedesktopNotificationCenter notifications_;
   ServiceSet services_;
   PauseActions pause_;

@@ -1,9 +1,7 @@
 #include "platform/linux/atspi_accessible.h"
 
-#include <QDBusArgument>
-#include <QDBusObjectPath>
-#include <QDBusVariant>
 #include <algorithm>
+#include <cstring>
 #include <map>
 #include <string>
 
@@ -13,136 +11,93 @@ namespace velto::platform {
 
 namespace {
 
-const QString kAccessible = QStringLiteral("org.a11y.atspi.Accessible");
-const QString kDocument = QStringLiteral("org.a11y.atspi.Document");
-
-QDBusArgument argumentOf(const QDBusMessage& reply) {
-  return reply.arguments().value(0).value<QDBusArgument>();
-}
-
-std::string utf8(const QString& text) {
-  return text.toStdString();
-}
+constexpr const char* kAccessible = "org.a11y.atspi.Accessible";
+constexpr const char* kDocument = "org.a11y.atspi.Document";
 
 }  // namespace
 
-std::optional<QDBusMessage> AtspiCalls::call(const AtspiReference& object, const QString& interface,
-                                             const QString& method,
-                                             const QList<QVariant>& arguments) {
+bus::Message AtspiCalls::send(sd_bus_message* message) {
   using namespace std::chrono;
-  const auto left = duration_cast<milliseconds>(deadline_ - steady_clock::now()).count();
-  if (left <= 0) {
+  const auto left = duration_cast<milliseconds>(deadline_ - steady_clock::now());
+  if (left.count() <= 0) {
     timedOut_ = true;
-    return std::nullopt;
+    return nullptr;
   }
-  QDBusMessage message =
-      QDBusMessage::createMethodCall(object.service, object.path, interface, method);
-  message.setArguments(arguments);
-  QDBusMessage reply = bus_.call(message, QDBus::Block, static_cast<int>(left));
-  if (reply.type() != QDBusMessage::ReplyMessage) {
-    if (steady_clock::now() >= deadline_) timedOut_ = true;
-    return std::nullopt;
-  }
+  bus::Message reply = bus::callBlocking(bus_, message, left);
+  if (!reply && steady_clock::now() >= deadline_) timedOut_ = true;
   return reply;
 }
 
 std::vector<AtspiReference> AtspiCalls::children(const AtspiReference& object) {
   std::vector<AtspiReference> found;
-  std::optional<QDBusMessage> reply = call(object, kAccessible, QStringLiteral("GetChildren"));
-  if (!reply || reply->signature() != QStringLiteral("a(so)")) return found;
-  const QDBusArgument list = argumentOf(*reply);
-  list.beginArray();
-  while (!list.atEnd()) {
-    QString service;
-    QDBusObjectPath path;
-    list.beginStructure();
-    list >> service >> path;
-    list.endStructure();
-    found.push_back({service, path.path()});
+  bus::Message reply = call(object, kAccessible, "GetChildren");
+  if (!reply || bus::signatureOf(reply.get()) != "a(so)") return found;
+  if (sd_bus_message_enter_container(reply.get(), 'a', "(so)") < 0) return found;
+  const char* service = nullptr;
+  const char* path = nullptr;
+  while (sd_bus_message_read(reply.get(), "(so)", &service, &path) > 0) {
+    found.push_back({service, path});
   }
-  list.endArray();
   return found;
 }
 
 std::optional<std::uint32_t> AtspiCalls::role(const AtspiReference& object) {
-  std::optional<QDBusMessage> reply = call(object, kAccessible, QStringLiteral("GetRole"));
-  if (!reply || reply->signature() != QStringLiteral("u")) return std::nullopt;
-  return reply->arguments().value(0).toUInt();
+  bus::Message reply = call(object, kAccessible, "GetRole");
+  return bus::readUint32(reply.get());
 }
 
 std::optional<std::vector<std::uint32_t>> AtspiCalls::states(const AtspiReference& object) {
-  std::optional<QDBusMessage> reply = call(object, kAccessible, QStringLiteral("GetState"));
-  if (!reply || reply->signature() != QStringLiteral("au")) return std::nullopt;
-  const QVariant value = reply->arguments().value(0);
-  std::vector<std::uint32_t> words;
-  if (value.canConvert<QDBusArgument>()) {
-    const QDBusArgument list = value.value<QDBusArgument>();
-    list.beginArray();
-    while (!list.atEnd()) {
-      uint word = 0;
-      list >> word;
-      words.push_back(word);
-    }
-    list.endArray();
-  } else {
-    for (uint word : value.value<QList<uint>>()) words.push_back(word);
-  }
-  return words;
+  bus::Message reply = call(object, kAccessible, "GetState");
+  if (!reply || bus::signatureOf(reply.get()) != "au") return std::nullopt;
+  const void* data = nullptr;
+  size_t size = 0;
+  if (sd_bus_message_read_array(reply.get(), 'u', &data, &size) < 0) return std::nullopt;
+  const auto* words = static_cast<const std::uint32_t*>(data);
+  return std::vector<std::uint32_t>(words, words + size / sizeof(std::uint32_t));
 }
 
-std::optional<QString> AtspiCalls::name(const AtspiReference& object) {
-  std::optional<QDBusMessage> reply =
-      call(object, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"),
-           {kAccessible, QStringLiteral("Name")});
-  if (!reply) return std::nullopt;
-  const QVariant value = reply->arguments().value(0).value<QDBusVariant>().variant();
-  if (value.typeId() != QMetaType::QString) return std::nullopt;
-  return value.toString();
-}
-
-std::optional<QString> AtspiCalls::documentAddress(const AtspiReference& object) {
-  if (std::optional<QDBusMessage> reply = call(object, kDocument, QStringLiteral("GetAttributes"));
-      reply && reply->signature() == QStringLiteral("a{ss}")) {
-    std::map<std::string, std::string> attributes;
-    const QDBusArgument map = argumentOf(*reply);
-    map.beginMap();
-    while (!map.atEnd()) {
-      QString key;
-      QString value;
-      map.beginMapEntry();
-      map >> key >> value;
-      map.endMapEntry();
-      attributes.emplace(utf8(key), utf8(value));
-    }
-    map.endMap();
-    if (std::optional<std::string> address = atspi::documentAddress(attributes)) {
-      return QString::fromStdString(*address);
-    }
+std::optional<std::string> AtspiCalls::name(const AtspiReference& object) {
+  bus::Message reply =
+      call(object, "org.freedesktop.DBus.Properties", "Get", "ss", kAccessible, "Name");
+  if (!reply || bus::signatureOf(reply.get()) != "v") return std::nullopt;
+  const char* value = nullptr;
+  if (sd_bus_message_read(reply.get(), "v", "s", &value) <= 0 || value == nullptr) {
     return std::nullopt;
   }
+  return std::string(value);
+}
+
+std::optional<std::string> AtspiCalls::documentAddress(const AtspiReference& object) {
+  if (bus::Message reply = call(object, kDocument, "GetAttributes");
+      reply && bus::signatureOf(reply.get()) == "a{ss}") {
+    std::map<std::string, std::string> attributes;
+    if (sd_bus_message_enter_container(reply.get(), 'a', "{ss}") >= 0) {
+      const char* key = nullptr;
+      const char* value = nullptr;
+      while (sd_bus_message_read(reply.get(), "{ss}", &key, &value) > 0) {
+        attributes.emplace(key, value);
+      }
+    }
+    return atspi::documentAddress(attributes);
+  }
   // Some toolkits answer only the single-attribute call.
-  std::optional<QDBusMessage> reply =
-      call(object, kDocument, QStringLiteral("GetAttributeValue"), {QStringLiteral("DocURL")});
-  if (!reply || reply->signature() != QStringLiteral("s")) return std::nullopt;
-  QString address = reply->arguments().value(0).toString();
-  if (address.isEmpty()) return std::nullopt;
+  bus::Message reply = call(object, kDocument, "GetAttributeValue", "s", "DocURL");
+  std::optional<std::string> address = bus::readString(reply.get());
+  if (!address || address->empty()) return std::nullopt;
   return address;
 }
 
-std::optional<QString> AtspiCalls::text(const AtspiReference& object) {
-  std::optional<QDBusMessage> reply =
-      call(object, QStringLiteral("org.a11y.atspi.Text"), QStringLiteral("GetText"), {0, -1});
-  if (!reply || reply->signature() != QStringLiteral("s")) return std::nullopt;
-  return reply->arguments().value(0).toString();
+std::optional<std::string> AtspiCalls::text(const AtspiReference& object) {
+  bus::Message reply = call(object, "org.a11y.atspi.Text", "GetText", "ii", 0, -1);
+  if (!reply || bus::signatureOf(reply.get()) != "s") return std::nullopt;
+  return bus::readString(reply.get());
 }
 
-std::optional<std::uint32_t> AtspiCalls::processId(const QString& service) {
-  std::optional<QDBusMessage> reply =
-      call({QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus")},
-           QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionUnixProcessID"),
-           {service});
-  if (!reply || reply->signature() != QStringLiteral("u")) return std::nullopt;
-  return reply->arguments().value(0).toUInt();
+std::optional<std::uint32_t> AtspiCalls::processId(const std::string& service) {
+  bus::Message reply =
+      call({"org.freedesktop.DBus", "/org/freedesktop/DBus"}, "org.freedesktop.DBus",
+           "GetConnectionUnixProcessID", "s", service.c_str());
+  return bus::readUint32(reply.get());
 }
 
 AccessibleElement::Role AtspiElement::role() const {
@@ -154,23 +109,16 @@ AccessibleElement::Role AtspiElement::role() const {
 }
 
 std::optional<std::string> AtspiElement::title() const {
-  std::optional<QString> name = calls_.name(reference_);
-  if (!name) return std::nullopt;
-  return utf8(*name);
+  return calls_.name(reference_);
 }
 
 std::optional<std::string> AtspiElement::url() const {
-  if (!address_) {
-    std::optional<QString> address = calls_.documentAddress(reference_);
-    address_ = address ? std::optional(utf8(*address)) : std::nullopt;
-  }
+  if (!address_) address_ = calls_.documentAddress(reference_);
   return *address_;
 }
 
 std::optional<std::string> AtspiElement::value() const {
-  std::optional<QString> text = calls_.text(reference_);
-  if (!text) return std::nullopt;
-  return utf8(*text);
+  return calls_.text(reference_);
 }
 
 std::vector<std::unique_ptr<AccessibleElement>> AtspiElement::children() const {

@@ -1,55 +1,67 @@
-// AT-SPI objects on the accessibility bus, read through QtDBus as AccessibleElement.
+// AT-SPI objects on the accessibility bus, read through sd-bus as AccessibleElement.
 //
 // Every call is a blocking round trip bounded by one shared deadline, so a whole read (the
 // registry, the application, the walk below its window) ends by then; a call after the
 // deadline fails at once and timedOut() says so.
 //
-// Thread: the tab reader's worker; QDBusConnection is thread-safe and blocking calls need no
-// event loop on the calling thread.
+// Thread: the tab reader's worker, which owns the connection; blocking calls need no event
+// loop.
 #pragma once
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QString>
 #include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "context/accessible_tab_reader.h"
+#include "platform/linux/bus_connection.h"
 
 namespace velto::platform {
 
 // A bus name and object path: AT-SPI's reference to an accessible object.
 struct AtspiReference {
-  QString service;
-  QString path;
+  std::string service;
+  std::string path;
 };
 
 class AtspiCalls {
  public:
-  AtspiCalls(QDBusConnection bus, std::chrono::steady_clock::time_point deadline)
-      : bus_(std::move(bus)), deadline_(deadline) {}
+  // `bus` must outlive this object.
+  AtspiCalls(sd_bus* bus, std::chrono::steady_clock::time_point deadline)
+      : bus_(bus), deadline_(deadline) {}
 
   // The reply, or none when the call failed, timed out or the deadline has passed.
-  std::optional<QDBusMessage> call(const AtspiReference& object, const QString& interface,
-                                   const QString& method, const QList<QVariant>& arguments = {});
+  // `types` and the arguments go to sd_bus_message_append.
+  template <typename... Arguments>
+  bus::Message call(const AtspiReference& object, const char* interface, const char* method,
+                    const char* types = nullptr, Arguments... arguments) {
+    bus::Message message =
+        bus::methodCall(bus_, object.service.c_str(), object.path.c_str(), interface, method);
+    if (!message) return nullptr;
+    if (types != nullptr && sd_bus_message_append(message.get(), types, arguments...) < 0) {
+      return nullptr;
+    }
+    return send(message.get());
+  }
 
   std::vector<AtspiReference> children(const AtspiReference& object);
   std::optional<std::uint32_t> role(const AtspiReference& object);
   std::optional<std::vector<std::uint32_t>> states(const AtspiReference& object);
-  std::optional<QString> name(const AtspiReference& object);
+  std::optional<std::string> name(const AtspiReference& object);
   // Gecko's DocURL or Chromium's URI of a document.
-  std::optional<QString> documentAddress(const AtspiReference& object);
-  std::optional<QString> text(const AtspiReference& object);
+  std::optional<std::string> documentAddress(const AtspiReference& object);
+  std::optional<std::string> text(const AtspiReference& object);
   // The process that owns `service` on the accessibility bus.
-  std::optional<std::uint32_t> processId(const QString& service);
+  std::optional<std::uint32_t> processId(const std::string& service);
 
   bool timedOut() const { return timedOut_; }
 
  private:
-  QDBusConnection bus_;
+  bus::Message send(sd_bus_message* message);
+
+  sd_bus* bus_;
   std::chrono::steady_clock::time_point deadline_;
   bool timedOut_ = false;
 };

@@ -1,14 +1,12 @@
 #include "platform/linux/atspi_tab_reader.h"
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusVariant>
 #include <chrono>
 #include <map>
 
 #include "context/accessible_tab_reader.h"
 #include "platform/linux/atspi_accessible.h"
 #include "platform/linux/atspi_mapping.h"
+#include "platform/linux/bus_connection.h"
 
 namespace velto::platform {
 
@@ -16,46 +14,46 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
-const QString kA11yBus = QStringLiteral("org.a11y.Bus");
-const QString kA11yBusPath = QStringLiteral("/org/a11y/bus");
-const QString kConnectionName = QStringLiteral("velto-atspi");
+constexpr const char* kA11yBus = "org.a11y.Bus";
+constexpr const char* kA11yBusPath = "/org/a11y/bus";
 
-std::optional<QString> accessibilityBusAddress(int timeoutMs) {
-  QDBusConnection session = QDBusConnection::sessionBus();
-  if (!session.isConnected() || timeoutMs <= 0) return std::nullopt;
-  QDBusMessage reply = session.call(QDBusMessage::createMethodCall(kA11yBus, kA11yBusPath, kA11yBus,
-                                                                   QStringLiteral("GetAddress")),
-                                    QDBus::Block, timeoutMs);
-  if (reply.type() != QDBusMessage::ReplyMessage || reply.signature() != QStringLiteral("s")) {
-    return std::nullopt;
-  }
-  QString address = reply.arguments().value(0).toString();
-  if (address.isEmpty()) return std::nullopt;
+// The accessibility bus's address, asked of org.a11y.Bus on `session`.
+std::optional<std::string> accessibilityBusAddress(sd_bus* session,
+                                                   std::chrono::milliseconds timeout) {
+  if (session == nullptr || timeout.count() <= 0) return std::nullopt;
+  bus::Message call = bus::methodCall(session, kA11yBus, kA11yBusPath, kA11yBus, "GetAddress");
+  bus::Message reply = bus::callBlocking(session, call.get(), timeout);
+  if (!reply || bus::signatureOf(reply.get()) != "s") return std::nullopt;
+  std::optional<std::string> address = bus::readString(reply.get());
+  if (!address || address->empty()) return std::nullopt;
   return address;
 }
 
-int millisecondsLeft(SteadyClock::time_point deadline) {
-  using namespace std::chrono;
-  return static_cast<int>(duration_cast<milliseconds>(deadline - SteadyClock::now()).count());
+std::chrono::milliseconds timeLeft(SteadyClock::time_point deadline) {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(deadline - SteadyClock::now());
 }
 
-// What the worker keeps between reads: the address of the bus it is connected to, and the
-// process owning each application's bus name (names are never reused on one bus).
+// What the worker keeps between reads: its own session connection, the accessibility bus it is
+// connected to and that bus's address, and the process owning each application's bus name
+// (names are never reused on one bus).
 struct BusMemory {
-  QString address;
-  std::map<QString, std::uint32_t> owners;
+  bus::Connection session;
+  std::string address;
+  bus::Connection accessibility;
+  std::map<std::string, std::uint32_t> owners;
 };
 
 // The connection to the accessibility bus at `address`, made again when the address changed
 // or the bus went away.
-QDBusConnection accessibilityBus(const QString& address, BusMemory& memory) {
-  {
-    QDBusConnection existing(kConnectionName);
-    if (existing.isConnected() && memory.address == address) return existing;
+sd_bus* accessibilityBus(const std::string& address, BusMemory& memory) {
+  if (memory.accessibility && sd_bus_is_open(memory.accessibility.get()) > 0 &&
+      memory.address == address) {
+    return memory.accessibility.get();
   }
-  QDBusConnection::disconnectFromBus(kConnectionName);
-  memory = BusMemory{address, {}};
-  return QDBusConnection::connectToBus(address, kConnectionName);
+  memory.accessibility = bus::connectTo(address);
+  memory.address = address;
+  memory.owners.clear();
+  return memory.accessibility.get();
 }
 
 std::optional<AtspiReference> activeFrame(AtspiCalls& calls, const AtspiReference& application) {
@@ -68,19 +66,24 @@ std::optional<AtspiReference> activeFrame(AtspiCalls& calls, const AtspiReferenc
 }
 
 BrowserTabAnswer readTab(int processId, SteadyClock::time_point deadline, BusMemory& memory) {
-  const std::optional<QString> address = accessibilityBusAddress(millisecondsLeft(deadline));
+  // The worker's own session connection: sd-bus connections are not shared across threads, and
+  // a private one may be closed from the main thread once the worker has ended.
+  if (!memory.session || sd_bus_is_open(memory.session.get()) <= 0) {
+    memory.session = bus::openSessionBus();
+  }
+  const std::optional<std::string> address =
+      accessibilityBusAddress(memory.session.get(), timeLeft(deadline));
   if (!address) {
-    if (millisecondsLeft(deadline) <= 0) return BrowserProbeError::timeout();
+    if (timeLeft(deadline).count() <= 0) return BrowserProbeError::timeout();
     return BrowserProbeError::scriptFailure("no accessibility bus");
   }
-  QDBusConnection bus = accessibilityBus(*address, memory);
-  if (!bus.isConnected()) return BrowserProbeError::scriptFailure("no accessibility bus");
+  sd_bus* bus = accessibilityBus(*address, memory);
+  if (bus == nullptr) return BrowserProbeError::scriptFailure("no accessibility bus");
   AtspiCalls calls(bus, deadline);
 
   std::optional<AtspiReference> application;
   for (AtspiReference& candidate :
-       calls.children({QStringLiteral("org.a11y.atspi.Registry"),
-                       QStringLiteral("/org/a11y/atspi/accessible/root")})) {
+       calls.children({"org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root"})) {
     auto known = memory.owners.find(candidate.service);
     std::optional<std::uint32_t> owner;
     if (known != memory.owners.end()) {
@@ -106,14 +109,17 @@ BrowserTabAnswer readTab(int processId, SteadyClock::time_point deadline, BusMem
 }
 
 void exposeAccessibleTrees() {
-  QDBusConnection session = QDBusConnection::sessionBus();
-  if (!session.isConnected()) return;
-  QDBusMessage message = QDBusMessage::createMethodCall(
-      kA11yBus, kA11yBusPath, QStringLiteral("org.freedesktop.DBus.Properties"),
-      QStringLiteral("Set"));
-  message.setArguments({QStringLiteral("org.a11y.Status"), QStringLiteral("IsEnabled"),
-                        QVariant::fromValue(QDBusVariant(true))});
-  session.send(message);
+  bus::Connection session = bus::sessionBus();
+  bus::Message call = bus::methodCall(session.get(), kA11yBus, kA11yBusPath,
+                                      "org.freedesktop.DBus.Properties", "Set");
+  if (!call ||
+      sd_bus_message_append(call.get(), "ssv", "org.a11y.Status", "IsEnabled", "b", 1) < 0) {
+    return;
+  }
+  // Sent without waiting for the answer; flushed at once, since the connection may have no loop.
+  sd_bus_message_set_expect_reply(call.get(), 0);
+  sd_bus_send(session.get(), call.get(), nullptr);
+  sd_bus_flush(session.get());
 }
 
 }  // namespace
@@ -121,8 +127,9 @@ void exposeAccessibleTrees() {
 AtspiTabReader::AtspiTabReader(Scheduler& scheduler)
     : AtspiTabReader(
           scheduler,
-          [memory = BusMemory()](int processId, SteadyClock::time_point deadline) mutable {
-            return readTab(processId, deadline, memory);
+          [memory = std::make_shared<BusMemory>()](int processId,
+                                                   SteadyClock::time_point deadline) {
+            return readTab(processId, deadline, *memory);
           },
           exposeAccessibleTrees) {}
 
@@ -146,7 +153,8 @@ void AtspiTabReader::setEnabled(bool enabled) {
 }
 
 bool AtspiTabReader::hasAccessibilityBus() {
-  return accessibilityBusAddress(1000).has_value();
+  bus::Connection session = bus::sessionBus();
+  return accessibilityBusAddress(session.get(), std::chrono::milliseconds(1000)).has_value();
 }
 
 void AtspiTabReader::readActiveTab(const BrowserCatalog::Entry& /*browser*/, int processId,

@@ -8,8 +8,7 @@
 // asked for while one runs answers "busy", one that takes longer answers "timeout", a browser
 // with no accessible application answers notRunning. Answers are posted to the main thread.
 //
-// Thread: create, read, enable and destroy on the main thread (the Qt event loop's); a
-// QCoreApplication must exist first and outlive this object.
+// Thread: create, read, enable and destroy on the scheduler's thread.
 #pragma once
 
 #include <chrono>

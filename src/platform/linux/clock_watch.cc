@@ -15,12 +15,11 @@
 
 namespace velto::platform {
 
-ClockWatch::ClockWatch(std::function<void(SessionSignal)> signal) : signal_(std::move(signal)) {
+ClockWatch::ClockWatch(EventLoop& loop, std::function<void(SessionSignal)> signal)
+    : signal_(std::move(signal)) {
   timerFd_ = timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC);
   if (timerFd_ >= 0 && armTimer()) {
-    timerNotifier_ = std::make_unique<QSocketNotifier>(timerFd_, QSocketNotifier::Read);
-    QObject::connect(timerNotifier_.get(), &QSocketNotifier::activated, timerNotifier_.get(),
-                     [this] { timerReadable(); });
+    timerWatch_ = std::make_unique<FdWatch>(loop, timerFd_, [this] { timerReadable(); });
   } else {
     log::error("Cannot watch the system clock: %{public}s", files::errnoText(errno));
     if (timerFd_ >= 0) ::close(timerFd_);
@@ -31,9 +30,7 @@ ClockWatch::ClockWatch(std::function<void(SessionSignal)> signal) : signal_(std:
   if (inotifyFd_ >= 0 && inotify_add_watch(inotifyFd_, "/etc",
                                            IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE | IN_DELETE |
                                                IN_ATTRIB | IN_ONLYDIR) >= 0) {
-    inotifyNotifier_ = std::make_unique<QSocketNotifier>(inotifyFd_, QSocketNotifier::Read);
-    QObject::connect(inotifyNotifier_.get(), &QSocketNotifier::activated, inotifyNotifier_.get(),
-                     [this] { inotifyReadable(); });
+    inotifyWatch_ = std::make_unique<FdWatch>(loop, inotifyFd_, [this] { inotifyReadable(); });
   } else {
     log::error("Cannot watch the time zone: %{public}s", files::errnoText(errno));
     if (inotifyFd_ >= 0) ::close(inotifyFd_);
@@ -42,8 +39,8 @@ ClockWatch::ClockWatch(std::function<void(SessionSignal)> signal) : signal_(std:
 }
 
 ClockWatch::~ClockWatch() {
-  timerNotifier_.reset();
-  inotifyNotifier_.reset();
+  timerWatch_.reset();
+  inotifyWatch_.reset();
   if (timerFd_ >= 0) ::close(timerFd_);
   if (inotifyFd_ >= 0) ::close(inotifyFd_);
 }

@@ -1,20 +1,20 @@
 // Wall-clock steps (timerfd with TFD_TIMER_CANCEL_ON_SET) and time-zone changes (inotify on
 // /etc for "localtime" and "timezone"), reported as clockChanged / timeZoneChanged.
 //
-// Thread: main thread (the Qt event loop's).
+// Thread: the loop's thread.
 #pragma once
 
-#include <QSocketNotifier>
 #include <functional>
 #include <memory>
 
+#include "platform/linux/event_loop.h"
 #include "recording/platform_sources.h"
 
 namespace velto::platform {
 
 class ClockWatch {
  public:
-  explicit ClockWatch(std::function<void(SessionSignal)> signal);
+  ClockWatch(EventLoop& loop, std::function<void(SessionSignal)> signal);
   ~ClockWatch();
   ClockWatch(const ClockWatch&) = delete;
   ClockWatch& operator=(const ClockWatch&) = delete;
@@ -30,8 +30,8 @@ class ClockWatch {
   std::function<void(SessionSignal)> signal_;
   int timerFd_ = -1;
   int inotifyFd_ = -1;
-  std::unique_ptr<QSocketNotifier> timerNotifier_;
-  std::unique_ptr<QSocketNotifier> inotifyNotifier_;
+  std::unique_ptr<FdWatch> timerWatch_;
+  std::unique_ptr<FdWatch> inotifyWatch_;
 };
 
 }  // namespace velto::platform

@@ -3,26 +3,27 @@
 // the one still shown. Authorised means a server owns the name right now. A click on a
 // notification (the "default" action) is reported with the caller's id.
 //
-// Thread: main thread (the Qt event loop's, which delivers ActionInvoked).
+// Thread: the loop's thread (the loop delivers ActionInvoked and NotificationClosed).
 #pragma once
 
-#include <QObject>
-#include <QString>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "base/result.h"
+#include "platform/linux/bus_connection.h"
+#include "platform/linux/event_loop.h"
 
 namespace velto::platform {
 
-class DesktopNotifications final : public QObject {
-  Q_OBJECT
-
+class DesktopNotifications final {
  public:
   // `appName` is shown by the server as the sender ("Velto").
-  explicit DesktopNotifications(std::string appName);
+  DesktopNotifications(EventLoop& loop, std::string appName);
+  DesktopNotifications(const DesktopNotifications&) = delete;
+  DesktopNotifications& operator=(const DesktopNotifications&) = delete;
 
   bool isAuthorised() const;
   // Shows a notification; fails with the bus's message when no server answers within 2 s.
@@ -33,15 +34,15 @@ class DesktopNotifications final : public QObject {
   // Called with the id of a notification the user clicked.
   std::function<void(const std::string& id)> onActivated;
 
- private Q_SLOTS:
-  void actionInvoked(uint serverId, const QString& action);
-  void notificationClosed(uint serverId, uint reason);
-
  private:
+  void actionInvoked(std::uint32_t serverId, const std::string& action);
+  void notificationClosed(std::uint32_t serverId);
+
   std::string appName_;
-  bool connected_ = false;
+  bus::Connection bus_;
   std::map<std::uint32_t, std::string> byServerId_;
   std::map<std::string, std::uint32_t> byId_;
+  std::vector<bus::Slot> matches_;
 };
 
 }  // namespace velto::platform

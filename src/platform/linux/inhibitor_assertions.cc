@@ -1,20 +1,18 @@
 #include "platform/linux/inhibitor_assertions.h"
 
-#include <QDBusArgument>
-#include <QDBusConnection>
-#include <QDBusConnectionInterface>
-#include <QDBusInterface>
-#include <QDBusMessage>
-#include <QDBusObjectPath>
-#include <QDBusReply>
 #include <algorithm>
+#include <chrono>
+#include <cstring>
+
+#include "platform/linux/bus_connection.h"
 
 namespace velto::platform {
 
 namespace {
 
 // Asked only near the idle threshold; a slow bus must not stall the main thread for long.
-constexpr int kCallTimeoutMs = 500;
+constexpr std::chrono::milliseconds kCallTimeout{500};
+constexpr const char* kGnomeSession = "org.gnome.SessionManager";
 
 std::string lower(std::string text) {
   for (char& c : text) {
@@ -24,56 +22,65 @@ std::string lower(std::string text) {
 }
 
 std::optional<std::vector<LogindInhibitor>> listLogindInhibitors() {
-  QDBusConnection bus = QDBusConnection::systemBus();
-  if (!bus.isConnected()) return std::nullopt;
-  QDBusMessage call = QDBusMessage::createMethodCall(
-      QStringLiteral("org.freedesktop.login1"), QStringLiteral("/org/freedesktop/login1"),
-      QStringLiteral("org.freedesktop.login1.Manager"), QStringLiteral("ListInhibitors"));
-  QDBusMessage reply = bus.call(call, QDBus::Block, kCallTimeoutMs);
-  if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
-    return std::nullopt;
-  }
-  std::vector<LogindInhibitor> rows;
-  const QDBusArgument argument = reply.arguments().first().value<QDBusArgument>();
-  argument.beginArray();
-  while (!argument.atEnd()) {
-    QString what, who, why, mode;
-    uint uid = 0, pid = 0;
-    argument.beginStructure();
-    argument >> what >> who >> why >> mode >> uid >> pid;
-    argument.endStructure();
-    rows.push_back(LogindInhibitor{what.toStdString(), who.toStdString(), why.toStdString(),
-                                   mode.toStdString(), uid, static_cast<int>(pid)});
-  }
-  argument.endArray();
-  return rows;
+  // The thread's shared connection: the session watch keeps it open.
+  bus::Connection system = bus::systemBus();
+  bus::Message call =
+      bus::methodCall(system.get(), "org.freedesktop.login1", "/org/freedesktop/login1",
+                      "org.freedesktop.login1.Manager", "ListInhibitors");
+  bus::Message reply = bus::callBlocking(system.get(), call.get(), kCallTimeout);
+  if (!reply) return std::nullopt;
+  return parseLogindInhibitors(reply.get());
+}
+
+// A method on a GNOME inhibitor object with no arguments.
+bus::Message askInhibitor(sd_bus* session, const char* path, const char* method) {
+  bus::Message call =
+      bus::methodCall(session, kGnomeSession, path, "org.gnome.SessionManager.Inhibitor", method);
+  return bus::callBlocking(session, call.get(), kCallTimeout);
 }
 
 std::optional<std::vector<std::string>> gnomeIdleAppIds() {
-  QDBusConnection bus = QDBusConnection::sessionBus();
-  const QString service = QStringLiteral("org.gnome.SessionManager");
-  if (!bus.isConnected() || bus.interface() == nullptr ||
-      !bus.interface()->isServiceRegistered(service).value()) {
+  bus::Connection session = bus::sessionBus();
+  if (!session || !bus::nameHasOwner(session.get(), kGnomeSession, kCallTimeout)) {
     return std::nullopt;
   }
-  QDBusInterface manager(service, QStringLiteral("/org/gnome/SessionManager"), service, bus);
-  manager.setTimeout(kCallTimeoutMs);
-  QDBusReply<QList<QDBusObjectPath>> paths = manager.call(QStringLiteral("GetInhibitors"));
-  if (!paths.isValid()) return std::nullopt;
+  bus::Message call = bus::methodCall(session.get(), kGnomeSession, "/org/gnome/SessionManager",
+                                      kGnomeSession, "GetInhibitors");
+  bus::Message reply = bus::callBlocking(session.get(), call.get(), kCallTimeout);
+  if (!reply || bus::signatureOf(reply.get()) != "ao") return std::nullopt;
+  std::vector<std::string> paths;
+  if (sd_bus_message_enter_container(reply.get(), 'a', "o") < 0) return std::nullopt;
+  const char* path = nullptr;
+  while (sd_bus_message_read(reply.get(), "o", &path) > 0) paths.emplace_back(path);
   std::vector<std::string> ids;
-  for (const QDBusObjectPath& path : paths.value()) {
-    QDBusInterface inhibitor(service, path.path(),
-                             QStringLiteral("org.gnome.SessionManager.Inhibitor"), bus);
-    inhibitor.setTimeout(kCallTimeoutMs);
-    QDBusReply<uint> flags = inhibitor.call(QStringLiteral("GetFlags"));
-    if (!flags.isValid() || (flags.value() & kGnomeInhibitIdle) == 0) continue;
-    QDBusReply<QString> appId = inhibitor.call(QStringLiteral("GetAppId"));
-    if (appId.isValid()) ids.push_back(appId.value().toStdString());
+  for (const std::string& inhibitor : paths) {
+    bus::Message flagsReply = askInhibitor(session.get(), inhibitor.c_str(), "GetFlags");
+    std::optional<std::uint32_t> flags = bus::readUint32(flagsReply.get());
+    if (!flags || (*flags & kGnomeInhibitIdle) == 0) continue;
+    bus::Message appReply = askInhibitor(session.get(), inhibitor.c_str(), "GetAppId");
+    if (std::optional<std::string> appId = bus::readString(appReply.get())) {
+      ids.push_back(std::move(*appId));
+    }
   }
   return ids;
 }
 
 }  // namespace
+
+std::optional<std::vector<LogindInhibitor>> parseLogindInhibitors(sd_bus_message* reply) {
+  if (bus::signatureOf(reply) != "a(ssssuu)") return std::nullopt;
+  if (sd_bus_message_enter_container(reply, 'a', "(ssssuu)") < 0) return std::nullopt;
+  std::vector<LogindInhibitor> rows;
+  const char *what = nullptr, *who = nullptr, *why = nullptr, *mode = nullptr;
+  std::uint32_t uid = 0, pid = 0;
+  int read = 0;
+  while ((read = sd_bus_message_read(reply, "(ssssuu)", &what, &who, &why, &mode, &uid, &pid)) >
+         0) {
+    rows.push_back(LogindInhibitor{what, who, why, mode, uid, static_cast<int>(pid)});
+  }
+  if (read < 0) return std::nullopt;
+  return rows;
+}
 
 bool blocksIdle(const LogindInhibitor& inhibitor) {
   if (inhibitor.mode != "block") return false;

@@ -13,6 +13,8 @@
 
 #include "recording/platform_sources.h"
 
+struct sd_bus_message;
+
 namespace velto::platform {
 
 inline constexpr const char* kIdleHoldType = "PreventUserIdleDisplaySleep";
@@ -26,6 +28,10 @@ struct LogindInhibitor {
   unsigned uid = 0;
   int pid = 0;
 };
+
+// The rows of a ListInhibitors reply ("a(ssssuu)"); none for another signature or a malformed
+// body.
+std::optional<std::vector<LogindInhibitor>> parseLogindInhibitors(sd_bus_message* reply);
 
 // True when `inhibitor` blocks idleness ("idle" among its what, mode "block").
 bool blocksIdle(const LogindInhibitor& inhibitor);

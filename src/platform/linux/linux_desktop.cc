@@ -21,10 +21,10 @@ const char* missingSourceKey(MissingSource source) {
 }
 
 LinuxDesktop::LinuxDesktop()
-    : scheduler_(clock_),
-      x11_(scheduler_, [this](SessionSignal signal) { hub_.deliver(signal); }),
-      dbus_([this](SessionSignal signal) { hub_.deliver(signal); }),
-      clockWatch_([this](SessionSignal signal) { hub_.deliver(signal); }),
+    : scheduler_(loop_),
+      x11_(loop_, scheduler_, [this](SessionSignal signal) { hub_.deliver(signal); }),
+      dbus_(loop_, [this](SessionSignal signal) { hub_.deliver(signal); }),
+      clockWatch_(loop_, [this](SessionSignal signal) { hub_.deliver(signal); }),
       power_([this] { return x11_.clientApplications(); }),
       tabs_(scheduler_) {}
 

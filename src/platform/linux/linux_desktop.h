@@ -5,7 +5,10 @@
 // Every source that cannot work here (no display, no session bus, no logind) is listed by
 // missingSources() and otherwise answers "nothing", so recording goes on with what works.
 //
-// Thread: main thread; a QCoreApplication must exist first and outlive this object.
+// Owns the main thread's event loop: `velto record` runs it, the desktop application pumps it
+// from its Qt loop.
+//
+// Thread: main thread.
 #pragma once
 
 #include <string>
@@ -17,8 +20,9 @@
 #include "platform/linux/atspi_tab_reader.h"
 #include "platform/linux/clock_watch.h"
 #include "platform/linux/dbus_session_watch.h"
+#include "platform/linux/event_loop.h"
+#include "platform/linux/event_scheduler.h"
 #include "platform/linux/inhibitor_assertions.h"
-#include "platform/linux/qt_scheduler.h"
 #include "platform/linux/session_signal_hub.h"
 #include "platform/linux/x11_session.h"
 
@@ -40,12 +44,14 @@ class LinuxDesktop {
   Desktop desktop();
   std::vector<MissingSource> missingSources() const;
 
+  EventLoop& loop() { return loop_; }
   Scheduler& scheduler() { return scheduler_; }
   const Clock& clock() const { return clock_; }
 
  private:
   SystemClock clock_;
-  QtScheduler scheduler_;
+  EventLoop loop_;
+  EventScheduler scheduler_;
   SessionSignalHub hub_;
   X11Session x11_;
   DbusSessionWatch dbus_;

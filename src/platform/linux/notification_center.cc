@@ -2,8 +2,9 @@
 
 namespace velto::platform {
 
-FreedesktopNotificationCenter::FreedesktopNotificationCenter(const NotificationRouter* router)
-    : client_("Velto"), router_(router) {
+FreedesktopNotificationCenter::FreedesktopNotificationCenter(EventLoop& loop,
+                                                             const NotificationRouter* router)
+    : client_(loop, "Velto"), router_(router) {
   client_.onActivated = [this](const std::string& id) {
     auto found = categoryById_.find(id);
     if (found != categoryById_.end() && router_ != nullptr) {

@@ -2,7 +2,7 @@
 // server owns the name; a click on a notification reaches the router with the category the
 // notification was posted under.
 //
-// Thread: main thread.
+// Thread: the loop's thread.
 #pragma once
 
 #include <map>
@@ -17,7 +17,7 @@ namespace velto::platform {
 class FreedesktopNotificationCenter final : public AppNotificationCentering {
  public:
   // `router` (may be null) must outlive this object.
-  explicit FreedesktopNotificationCenter(const NotificationRouter* router);
+  FreedesktopNotificationCenter(EventLoop& loop, const NotificationRouter* router);
 
   void authorizationStatus(std::function<void(NotificationAuthorization)> done) override;
   void add(const NotificationRequest& request, std::function<void(Status)> done) override;

@@ -41,7 +41,8 @@ constexpr double kDpmsPollSeconds = 10;
 
 }  // namespace
 
-X11Session::X11Session(Scheduler& scheduler, std::function<void(SessionSignal)> sessionSignal)
+X11Session::X11Session(EventLoop& loop, Scheduler& scheduler,
+                       std::function<void(SessionSignal)> sessionSignal)
     : scheduler_(scheduler), sessionSignal_(std::move(sessionSignal)) {
   const char* display = std::getenv("DISPLAY");
   if (display == nullptr || *display == '\0') return;
@@ -93,10 +94,8 @@ X11Session::X11Session(Scheduler& scheduler, std::function<void(SessionSignal)> 
 
   entries_ = DesktopEntryIndex::load(DesktopEntryIndex::applicationFolders());
 
-  notifier_ = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(connection_),
-                                                QSocketNotifier::Read);
-  QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(),
-                   [this] { drain(); });
+  watch_ =
+      std::make_unique<FdWatch>(loop, xcb_get_file_descriptor(connection_), [this] { drain(); });
   refreshActiveWindow(false);
   if (hasDpms_) dpmsPoll_ = scheduler_.repeating(kDpmsPollSeconds, 2, [this] { pollDpms(); });
   xcb_flush(connection_);
@@ -105,7 +104,7 @@ X11Session::X11Session(Scheduler& scheduler, std::function<void(SessionSignal)> 
 
 X11Session::~X11Session() {
   dpmsPoll_.cancel();
-  notifier_.reset();
+  watch_.reset();
   if (connection_ != nullptr) xcb_disconnect(connection_);
 }
 
@@ -255,7 +254,7 @@ void X11Session::drain() {
 void X11Session::lost() {
   log::error("Lost the connection to the X11 display; window tracking stops");
   connected_ = false;
-  notifier_.reset();
+  watch_.reset();
   dpmsPoll_.cancel();
   active_ = 0;
   front_.reset();

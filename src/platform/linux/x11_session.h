@@ -3,15 +3,13 @@
 // else WM_NAME), seconds since the last input and screen-saver state (MIT-SCREEN-SAVER), and
 // display sleep (DPMS, polled every 10 s).
 //
-// Event-driven: the connection's socket wakes the Qt event loop; nothing is polled except DPMS,
+// Event-driven: the connection's socket wakes the event loop; nothing is polled except DPMS,
 // which has no events. A session without a display (or one that goes away) answers none / 0 and
 // says so through isConnected().
 //
-// Thread: main thread (the Qt event loop's).
+// Thread: the loop's thread.
 #pragma once
 
-#include <QObject>
-#include <QSocketNotifier>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -21,6 +19,7 @@
 
 #include "base/scheduler.h"
 #include "platform/linux/desktop_entries.h"
+#include "platform/linux/event_loop.h"
 #include "recording/platform_sources.h"
 
 struct xcb_connection_t;
@@ -32,7 +31,8 @@ class X11Session final : public FrontmostAppSource,
                          public IdleTimeSource {
  public:
   // `sessionSignal` receives screen-saver and display-sleep changes.
-  X11Session(Scheduler& scheduler, std::function<void(SessionSignal)> sessionSignal);
+  X11Session(EventLoop& loop, Scheduler& scheduler,
+             std::function<void(SessionSignal)> sessionSignal);
   ~X11Session() override;
   X11Session(const X11Session&) = delete;
   X11Session& operator=(const X11Session&) = delete;
@@ -75,7 +75,7 @@ class X11Session final : public FrontmostAppSource,
   std::function<void(SessionSignal)> sessionSignal_;
   xcb_connection_t* connection_ = nullptr;
   std::uint32_t root_ = 0;
-  std::unique_ptr<QSocketNotifier> notifier_;
+  std::unique_ptr<FdWatch> watch_;
   bool connected_ = false;
   bool hasScreenSaver_ = false;
   bool hasDpms_ = false;

@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Resident memory and CPU of `velto record` on an idle Xvfb desktop with a private session bus.
+# Reported, not asserted:  bench/recorder_footprint.sh BUILD_BIN_DIR [SECONDS] [DISPLAY_NUMBER]
+# Prints VmHWM, VmRSS, RssAnon, RssFile (kB) at the end and utime+stime (s) over the run.
+set -euo pipefail
+bin=$(realpath "${1:?usage: recorder_footprint.sh BUILD_BIN_DIR [SECONDS] [DISPLAY]}")
+seconds=${2:-600}
+display=${3:-78}
+scratch=$(mktemp -d)
+trap 'kill "$xvfb" 2>/dev/null || true; rm -rf "$scratch"' EXIT
+
+Xvfb ":$display" -screen 0 1280x800x24 -nolisten tcp >"$scratch/xvfb.log" 2>&1 &
+xvfb=$!
+sleep 1
+mkdir -p "$scratch"/{config,data,state,runtime}
+chmod 700 "$scratch/runtime"
+export DISPLAY=":$display" XDG_CONFIG_HOME="$scratch/config" XDG_DATA_HOME="$scratch/data"
+export XDG_STATE_HOME="$scratch/state" XDG_RUNTIME_DIR="$scratch/runtime"
+
+dbus-run-session -- bash -c '
+  "$1" record 2>"$2/record.log" &
+  recorder=$!
+  sleep 3
+  ticks=$(getconf CLK_TCK)
+  cpu() { awk "{print \$14 + \$15}" "/proc/$recorder/stat"; }
+  start=$(cpu)
+  sleep "$3"
+  end=$(cpu)
+  grep -E "^(VmHWM|VmRSS|RssAnon|RssFile)" "/proc/$recorder/status"
+  echo "cpu_seconds: $(awk "BEGIN {print ($end - $start) / $ticks}") over $3 s"
+  kill -TERM "$recorder"
+  wait "$recorder" && echo "recorder stopped cleanly" || echo "recorder exit status $?"
+  cat "$2/record.log"
+' footprint "$bin/velto" "$scratch" "$seconds"
