@@ -2,6 +2,8 @@
 # Resident memory and CPU of `velto record` on an idle Xvfb desktop with a private session bus.
 # Reported, not asserted:  bench/recorder_footprint.sh BUILD_BIN_DIR [SECONDS] [DISPLAY_NUMBER]
 # Prints VmHWM, VmRSS, RssAnon, RssFile (kB) at the end and utime+stime (s) over the run.
+# VELTO_FOOTPRINT_STORE names a store file to start from (a copy is used), for instance the one
+# bench/report_bench.cc keeps in VELTO_BENCH_STORE: a year of history with a full day today.
 set -euo pipefail
 bin=$(realpath "${1:?usage: recorder_footprint.sh BUILD_BIN_DIR [SECONDS] [DISPLAY]}")
 seconds=${2:-600}
@@ -14,6 +16,10 @@ xvfb=$!
 sleep 1
 mkdir -p "$scratch"/{config,data,state,runtime}
 chmod 700 "$scratch/runtime"
+if [[ -n "${VELTO_FOOTPRINT_STORE:-}" ]]; then
+  mkdir -p "$scratch/data/Velto"
+  cp "$VELTO_FOOTPRINT_STORE" "$scratch/data/Velto/Velto.sqlite"
+fi
 export DISPLAY=":$display" XDG_CONFIG_HOME="$scratch/config" XDG_DATA_HOME="$scratch/data"
 export XDG_STATE_HOME="$scratch/state" XDG_RUNTIME_DIR="$scratch/runtime"
 

@@ -31,8 +31,18 @@ TEST_F(ReportModelsTest, AppsListTheirTimeShareAndSitesLargestFirst) {
   EXPECT_EQ(cell(apps, 1, UsageRowsModel::nameColumn), "Firefox");
   EXPECT_EQ(cell(apps, 1, UsageRowsModel::shareColumn), "36%");
 
-  // A browser breaks down by site; the editor with no titles has no breakdown.
+  // A browser breaks down by site; the editor with no titles has no breakdown. The breakdown
+  // is read when a row is opened.
+  auto open = [&](const QModelIndex& index) {
+    auto& model = const_cast<UsageRowsModel&>(apps);
+    if (model.canFetchMore(index)) model.fetchMore(index);
+    EXPECT_FALSE(model.canFetchMore(index));
+  };
   const QModelIndex firefox = apps.index(1, 0);
+  EXPECT_TRUE(apps.hasChildren(firefox));
+  open(firefox);
+  open(apps.index(0, 0));
+  EXPECT_FALSE(apps.hasChildren(apps.index(0, 0)));
   ASSERT_EQ(apps.rowCount(firefox), 2);
   EXPECT_EQ(cell(apps, 0, UsageRowsModel::nameColumn, firefox), "example.com");
   EXPECT_EQ(cell(apps, 0, UsageRowsModel::timeColumn, firefox), "30m");

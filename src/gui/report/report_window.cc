@@ -122,6 +122,7 @@ ReportWindow::ReportWindow(ServiceSet& services, WindowState* state, QWidget* pa
                                          [this](const EditQuestion& q) { return ask_(q); });
 
   apps_ = new UsageRowsModel(language_, this);
+  apps_->setChildSource([this](const UsageRow& app) { return appDetails(*report_, app); });
   categories_ = new UsageRowsModel(language_, this);
   sites_ = new UsageRowsModel(language_, this);
   heatmap_ = new HeatmapModel(language_, this);

@@ -53,6 +53,34 @@ int UsageRowsModel::rowCount(const QModelIndex& parent) const {
   return static_cast<int>(rows_[static_cast<size_t>(parent.row())].children.size());
 }
 
+bool UsageRowsModel::hasChildren(const QModelIndex& parent) const {
+  if (parent.isValid() && parent.internalId() == kTopLevel && parent.column() == 0 &&
+      rows_[static_cast<size_t>(parent.row())].childrenLater) {
+    return true;
+  }
+  return rowCount(parent) > 0;
+}
+
+bool UsageRowsModel::canFetchMore(const QModelIndex& parent) const {
+  return parent.isValid() && parent.internalId() == kTopLevel && parent.column() == 0 &&
+         rows_[static_cast<size_t>(parent.row())].childrenLater && childSource_;
+}
+
+void UsageRowsModel::fetchMore(const QModelIndex& parent) {
+  if (!canFetchMore(parent)) return;
+  UsageRow& top = rows_[static_cast<size_t>(parent.row())];
+  top.childrenLater = false;
+  std::vector<UsageRow> children = childSource_(top);
+  if (children.empty()) {
+    // No breakdown after all: the row loses its expander.
+    Q_EMIT dataChanged(parent, parent.siblingAtColumn(columnCount_ - 1));
+    return;
+  }
+  beginInsertRows(parent, 0, static_cast<int>(children.size()) - 1);
+  top.children = std::move(children);
+  endInsertRows();
+}
+
 int UsageRowsModel::columnCount(const QModelIndex&) const {
   return columnCount_;
 }
