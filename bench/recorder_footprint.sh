@@ -4,6 +4,8 @@
 # Prints VmHWM, VmRSS, RssAnon, RssFile (kB) at the end and utime+stime (s) over the run.
 # VELTO_FOOTPRINT_STORE names a store file to start from (a copy is used), for instance the one
 # bench/report_bench.cc keeps in VELTO_BENCH_STORE: a year of history with a full day today.
+# VELTO_FOOTPRINT_SETTINGS names a settings.json to start from (say, one that keeps history
+# forever, so that a year is not purged down to 90 days at launch).
 set -euo pipefail
 bin=$(realpath "${1:?usage: recorder_footprint.sh BUILD_BIN_DIR [SECONDS] [DISPLAY]}")
 seconds=${2:-600}
@@ -16,6 +18,10 @@ xvfb=$!
 sleep 1
 mkdir -p "$scratch"/{config,data,state,runtime}
 chmod 700 "$scratch/runtime"
+if [[ -n "${VELTO_FOOTPRINT_SETTINGS:-}" ]]; then
+  mkdir -p "$scratch/config/Velto"
+  cp "$VELTO_FOOTPRINT_SETTINGS" "$scratch/config/Velto/settings.json"
+fi
 if [[ -n "${VELTO_FOOTPRINT_STORE:-}" ]]; then
   mkdir -p "$scratch/data/Velto"
   cp "$VELTO_FOOTPRINT_STORE" "$scratch/data/Velto/Velto.sqlite"

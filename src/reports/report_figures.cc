@@ -23,8 +23,7 @@ ReportFigures::ReportFigures(UsageSource& source, const Clock& clock,
                              std::function<std::optional<LiveSlice>()> live)
     : source_(source), clock_(clock), resolver_(std::move(resolver)), live_(std::move(live)) {}
 
-std::vector<ContextTotal> ReportFigures::contexts(Instant start, Instant end, bool withDays,
-                                                  std::vector<DaySummary>* days) {
+std::vector<Segment> ReportFigures::liveRows() const {
   std::vector<Segment> extra;
   if (live_) {
     if (const std::optional<LiveSlice> live = live_()) {
@@ -41,6 +40,12 @@ std::vector<ContextTotal> ReportFigures::contexts(Instant start, Instant end, bo
       if (running.startedAt < running.endedAt) extra.push_back(std::move(running));
     }
   }
+  return extra;
+}
+
+std::vector<ContextTotal> ReportFigures::contexts(Instant start, Instant end, bool withDays,
+                                                  std::vector<DaySummary>* days) {
+  const std::vector<Segment> extra = liveRows();
   std::vector<ContextTotal> totals;
   if (withDays) {
     Result<UsageTally> tally = source_.tally(DateInterval{start, end}, extra);
@@ -96,9 +101,13 @@ double ReportFigures::spentSeconds(const UsageLimit::Subject& subject, Instant s
 }
 
 double ReportFigures::totalSeconds(Instant start, Instant end) {
-  std::int64_t micros = 0;
-  for (const ContextTotal& total : contexts(start, end, false)) micros += total.micros;
-  return seconds(micros);
+  const std::vector<Segment> extra = liveRows();
+  Result<Micros> micros = source_.atComputerMicros(DateInterval{start, end}, extra);
+  if (!micros) {
+    log::error("Could not read recorded time: %{public}s", micros.error());
+    return 0;
+  }
+  return seconds(*micros);
 }
 
 std::map<std::string, double> ReportFigures::byCategory(Instant start, Instant end) {

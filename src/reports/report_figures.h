@@ -40,6 +40,8 @@ class ReportFigures final : public SpentTimeSource, public SummaryFigures {
                       const CategoryResolver& resolver);
 
  private:
+  // The running segment's row up to now, when there is one.
+  std::vector<Segment> liveRows() const;
   std::vector<ContextTotal> contexts(Instant start, Instant end, bool withDays,
                                      std::vector<DaySummary>* days = nullptr);
   std::map<std::string, double> byCategory(Instant start, Instant end);

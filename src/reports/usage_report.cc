@@ -232,8 +232,7 @@ const std::vector<DetailUsage>& UsageReport::detailRows(const std::string& bundl
     Result<std::vector<ContextTotal>> every =
         source_.appDetails(figures_.counted, figures_.liveRows, std::nullopt);
     if (!every) {
-      log::error("Could not read the details of %{public}s: %{public}s", bundleId,
-                 every.error());
+      log::error("Could not read the details of %{public}s: %{public}s", bundleId, every.error());
       return at->second;
     }
     detailContexts_.emplace();

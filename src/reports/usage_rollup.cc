@@ -301,12 +301,16 @@ std::vector<OffMacUsage> UsageRollup::offMac(std::span<const ContextTotal> conte
   return rows;
 }
 
-double UsageRollup::atComputerSeconds(std::span<const ContextTotal> contexts) {
+Micros UsageRollup::atComputerMicros(std::span<const ContextTotal> contexts) {
   Micros sum = 0;
   for (const ContextTotal& total : contexts) {
     if (!isOffMac(total.context.bundleId)) sum += total.micros;
   }
-  return toSeconds(sum);
+  return sum;
+}
+
+double UsageRollup::atComputerSeconds(std::span<const ContextTotal> contexts) {
+  return toSeconds(atComputerMicros(contexts));
 }
 
 double UsageRollup::offMacSeconds(std::span<const ContextTotal> contexts) {

@@ -174,6 +174,7 @@ struct UsageRollup {
                                const CategoryResolver& resolver,
                                const CategoryDirectory& directory);
   static std::vector<OffMacUsage> offMac(std::span<const ContextTotal> contexts);
+  static Micros atComputerMicros(std::span<const ContextTotal> contexts);
   static double atComputerSeconds(std::span<const ContextTotal> contexts);
   static double offMacSeconds(std::span<const ContextTotal> contexts);
 

@@ -84,6 +84,44 @@ Result<UsageTally> UsageSource::tally(const DateInterval& interval, std::span<co
   return tallyAt(interval, extra, withDays, level, std::nullopt);
 }
 
+UsageSource::Remembered* UsageSource::remembered(const DateInterval& interval, TotalsLevel level) {
+  const auto stamp = store_.persistence().database().changeStamp();
+  if (!stamp || stamp != rememberedStamp_) {
+    remembered_.clear();
+    latestEnd_ = aggregates_.latestEnd();
+  }
+  rememberedStamp_ = stamp;
+  // Totals asked for up to "now" move on with every call; they stay the same as long as no
+  // stored row reaches past the earlier of the two ends.
+  auto found = std::find_if(remembered_.begin(), remembered_.end(), [&](const Remembered& r) {
+    if (r.start != interval.start || r.level != level) return false;
+    return r.end == interval.end ||
+           (latestEnd_ && *latestEnd_ <= unixMicros(std::min(r.end, interval.end)));
+  });
+  return found == remembered_.end() ? nullptr : &*found;
+}
+
+Result<UsageSource::Remembered*> UsageSource::remember(const DateInterval& interval,
+                                                       TotalsLevel level, bool withContexts) {
+  constexpr size_t kRememberedTallies = 16;
+  Result<UsageTally> stored = tallyAt(interval, {}, false, level, std::nullopt);
+  if (!stored) return Error{stored.error()};
+  Remembered made{interval.start, interval.end, level, std::nullopt,
+                  UsageRollup::atComputerMicros(stored->contexts)};
+  if (withContexts) {
+    // Kept small: without title rules nobody asks these for titles or details.
+    made.contexts = level == TotalsLevel::context ? std::move(stored->contexts)
+                                                  : UsageRollup::titleless(stored->contexts, false);
+    made.contexts->shrink_to_fit();
+  }
+  std::erase_if(remembered_, [&](const Remembered& r) {
+    return r.start == interval.start && r.end == interval.end && r.level == level;
+  });
+  if (remembered_.size() >= kRememberedTallies) remembered_.erase(remembered_.begin());
+  remembered_.push_back(std::move(made));
+  return &remembered_.back();
+}
+
 Result<std::vector<ContextTotal>> UsageSource::totals(const DateInterval& interval,
                                                       std::span<const Segment> extra) {
   const TotalsLevel level = categoriesUseTitles_ ? TotalsLevel::context : TotalsLevel::site;
@@ -91,39 +129,42 @@ Result<std::vector<ContextTotal>> UsageSource::totals(const DateInterval& interv
   if (!aggregates_.installed()) {
     Result<UsageTally> tally = tallyFromRows(interval, extra);
     if (!tally) return Error{tally.error()};
-    totals = std::move(tally->contexts);
-  } else {
-    constexpr size_t kRememberedTallies = 16;
-    const auto stamp = store_.persistence().database().changeStamp();
-    if (!stamp || stamp != rememberedStamp_) {
-      remembered_.clear();
-      latestEnd_ = aggregates_.latestEnd();
-    }
-    rememberedStamp_ = stamp;
-    // Totals asked for up to "now" move on with every call; they stay the same as long as no
-    // stored row reaches past the earlier of the two ends.
-    auto found = std::find_if(remembered_.begin(), remembered_.end(), [&](const Remembered& r) {
-      if (r.start != interval.start || r.level != level) return false;
-      return r.end == interval.end ||
-             (latestEnd_ && *latestEnd_ <= unixMicros(std::min(r.end, interval.end)));
-    });
-    if (found == remembered_.end()) {
-      Result<UsageTally> stored = tallyAt(interval, {}, false, level, std::nullopt);
-      if (!stored) return Error{stored.error()};
-      // Kept small: without title rules nobody asks these for titles or details.
-      std::vector<ContextTotal> kept = level == TotalsLevel::context
-                                           ? std::move(stored->contexts)
-                                           : UsageRollup::titleless(stored->contexts, false);
-      if (remembered_.size() >= kRememberedTallies) remembered_.erase(remembered_.begin());
-      remembered_.push_back({interval.start, interval.end, level, std::move(kept)});
-      found = std::prev(remembered_.end());
-    }
-    totals = found->contexts;
+    return std::move(tally->contexts);
   }
+  Remembered* found = remembered(interval, level);
+  if (found == nullptr || !found->contexts) {
+    Result<Remembered*> made = remember(interval, level, true);
+    if (!made) return Error{made.error()};
+    found = *made;
+  }
+  totals = *found->contexts;
   std::vector<Segment> rows = UsageRollup::clip(extra, interval);
   sortByStart(rows);
   for (ContextTotal& total : UsageRollup::contexts(rows)) totals.push_back(std::move(total));
   return totals;
+}
+
+Result<Micros> UsageSource::atComputerMicros(const DateInterval& interval,
+                                             std::span<const Segment> extra) {
+  Micros stored = 0;
+  if (!aggregates_.installed()) {
+    Result<UsageTally> tally = tallyFromRows(interval, {});
+    if (!tally) return Error{tally.error()};
+    stored = UsageRollup::atComputerMicros(tally->contexts);
+  } else {
+    const TotalsLevel level = categoriesUseTitles_ ? TotalsLevel::context : TotalsLevel::site;
+    Remembered* found = remembered(interval, level);
+    if (found == nullptr) {
+      Result<Remembered*> made = remember(interval, level, false);
+      if (!made) return Error{made.error()};
+      found = *made;
+    }
+    stored = found->atComputer;
+  }
+  for (const Segment& row : UsageRollup::clip(extra, interval)) {
+    if (!UsageRollup::isOffMac(row.bundleId)) stored += UsageRollup::micros(row);
+  }
+  return stored;
 }
 
 Result<std::vector<StoredDay>> UsageSource::storedDays() {

@@ -56,6 +56,8 @@ class UsageSource {
   // come per application and host (`titleless`, no details); `extra` keeps its full contexts.
   Result<std::vector<ContextTotal>> totals(const DateInterval& interval,
                                            std::span<const Segment> extra);
+  // The time at the computer of totals(), in microseconds; only the number is kept.
+  Result<Micros> atComputerMicros(const DateInterval& interval, std::span<const Segment> extra);
   // The same figures from the rows only: the reference the aggregates are held to.
   Result<UsageTally> tallyFromRows(const DateInterval& interval, std::span<const Segment> extra);
 
@@ -88,8 +90,12 @@ class UsageSource {
     Instant start;
     Instant end;
     TotalsLevel level;
-    std::vector<ContextTotal> contexts;
+    std::optional<std::vector<ContextTotal>> contexts;  // only when asked for
+    Micros atComputer = 0;
   };
+  // The remembered totals of the stored rows for `interval`, if still right; null otherwise.
+  Remembered* remembered(const DateInterval& interval, TotalsLevel level);
+  Result<Remembered*> remember(const DateInterval& interval, TotalsLevel level, bool withContexts);
 
   SegmentStore& store_;
   const Calendar& calendar_;

@@ -328,9 +328,15 @@ TEST_F(AggregatesMatchRowsTest, RememberedTotalsFollowEveryWriterAndTheRunningSe
   source.setCategoriesUseTitles(false);
   const DateInterval week{at("2026-11-09T00:00:00Z"), at("2026-11-16T00:00:00Z")};
   auto total = [&](std::span<const Segment> extra = {}) {
+    // The number alone, asked first or after the totals, is the same.
+    const Result<Micros> first = source.atComputerMicros(week, extra);
     Result<std::vector<ContextTotal>> totals = source.totals(week, extra);
     EXPECT_TRUE(totals.ok());
-    return totals.ok() ? UsageRollup::atComputerSeconds(*totals) : -1.0;
+    const Result<Micros> after = source.atComputerMicros(week, extra);
+    if (!totals.ok() || !first.ok() || !after.ok()) return -1.0;
+    EXPECT_EQ(*first, UsageRollup::atComputerMicros(*totals));
+    EXPECT_EQ(*after, *first);
+    return UsageRollup::atComputerSeconds(*totals);
   };
   auto reference = [&] {
     return UsageRollup::atComputerSeconds(source.tallyFromRows(week, {})->contexts);
