@@ -40,6 +40,7 @@ DayRows::DayRows(std::string dayKey, std::vector<Segment> rows, std::int64_t las
 const std::vector<ContextTotal>& DayRows::contexts() const {
   if (!contexts_) {
     contexts_ = UsageRollup::contexts(rows_);
+    contexts_->shrink_to_fit();
     std::unordered_map<StoredContext, std::uint32_t, StoredContextHash> index;
     for (size_t i = 0; i < contexts_->size(); ++i)
       index.emplace((*contexts_)[i].context, static_cast<std::uint32_t>(i));
@@ -56,7 +57,10 @@ const std::vector<std::uint32_t>& DayRows::contextOfRows() const {
 }
 
 const std::vector<ContextTotal>& DayRows::titlelessContexts() const {
-  if (!titleless_) titleless_ = UsageRollup::titleless(contexts(), true, &titlelessOf_);
+  if (!titleless_) {
+    titleless_ = UsageRollup::titleless(contexts(), true, &titlelessOf_);
+    titleless_->shrink_to_fit();
+  }
   return *titleless_;
 }
 

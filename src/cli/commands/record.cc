@@ -1,6 +1,8 @@
 // `velto record`: the recorder without a tray. Runs the full service set on the real desktop
 // until SIGINT or SIGTERM, which close the open segment ("appQuit") and stop cleanly.
+#include <malloc.h>
 #include <signal.h>
+#include <sqlite3.h>
 
 #include <cstdio>
 
@@ -54,6 +56,10 @@ int record(const Invocation& invocation) {
     log::error("Could not set up signal handling: %{public}s", files::errnoText(errno));
     return 1;
   }
+  // A recorder reads little and seldom: SQLite's caches stay small (they shrink to this soft
+  // limit as pages are freed), and memory freed after a burst of work goes back to the system.
+  constexpr sqlite3_int64 kSqliteHeapBytes = 1 << 20;
+  sqlite3_soft_heap_limit64(kSqliteHeapBytes);
   platform::LinuxDesktop desktop;
   platform::EventLoop& loop = desktop.loop();
   platform::SignalWatch interrupt(loop, SIGINT, [&loop] { loop.exit(); });
@@ -92,6 +98,7 @@ int record(const Invocation& invocation) {
   watcher.add(paths.settingsFile.parent_path());
 
   services.start();
+  const auto trim = desktop.scheduler().repeating(300, 60, [] { malloc_trim(0); });
   // A command left while no recorder ran is taken now (the engine drops stale ones).
   if (paths.sharedFolder) takeCommand(services);
   say(i18n::text(invocation.language, "record.started"));
