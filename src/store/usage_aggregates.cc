@@ -378,13 +378,14 @@ void detailKeyFunction(sqlite3_context* context, int, sqlite3_value** values) {
 
 // A count of the edits and deletions of rows, anywhere in the store. Recording only inserts, so
 // rows kept in memory stay right while the count stands still; new rows are found by rowid.
+// Idempotent: two processes opening an older store at once may both run it.
 constexpr const char* kEditCountSql = R"sql(
-CREATE TABLE usage_edits (n INTEGER NOT NULL);
-INSERT INTO usage_edits (n) VALUES (0);
-CREATE TRIGGER usage_edit_after_delete AFTER DELETE ON segment BEGIN
+CREATE TABLE IF NOT EXISTS usage_edits (n INTEGER NOT NULL);
+INSERT INTO usage_edits (n) SELECT 0 WHERE NOT EXISTS (SELECT 1 FROM usage_edits);
+CREATE TRIGGER IF NOT EXISTS usage_edit_after_delete AFTER DELETE ON segment BEGIN
   UPDATE usage_edits SET n = n + 1;
 END;
-CREATE TRIGGER usage_edit_after_update AFTER UPDATE ON segment BEGIN
+CREATE TRIGGER IF NOT EXISTS usage_edit_after_update AFTER UPDATE ON segment BEGIN
   UPDATE usage_edits SET n = n + 1;
 END;
 )sql";
