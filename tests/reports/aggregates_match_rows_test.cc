@@ -264,7 +264,8 @@ TEST_F(AggregatesMatchRowsTest, FullReportsAgreeWithTheRunningSegmentAndRules) {
 // One source lives through every kind of write, as the report window's does: the rows it keeps
 // in memory for the day being recorded and for partly covered days must follow each of them.
 TEST_F(AggregatesMatchRowsTest, KeptRowsFollowEveryKindOfWrite) {
-  ASSERT_TRUE(store->insertRows(randomHistory(calendar, at("2026-11-01T05:00:00Z"), 20, 5)));
+  // Up to the morning of 20 November, the newest day: it stays marked and is read from rows.
+  ASSERT_TRUE(store->insertRows(randomHistory(calendar, at("2026-11-01T05:00:00Z"), 19, 5)));
   UsageSource source(*store, calendar);
   const std::vector<DateInterval> intervals = {
       {at("2026-11-19T23:00:00Z"), at("2026-11-21T00:00:00Z")},  // the newest day, whole
@@ -301,6 +302,19 @@ TEST_F(AggregatesMatchRowsTest, KeptRowsFollowEveryKindOfWrite) {
 
   add("code", "2026-11-20T22:00:00Z", "2026-11-20T22:10:00Z");
   expectSame("a row recorded into the newest day");
+  // The same again for contexts the day already has (kept totals grow in place).
+  for (const char* start : {"2026-11-20T22:20:00Z", "2026-11-20T22:30:00Z"}) {
+    auto known = std::find_if(rows.begin(), rows.end(),
+                              [](const Segment& row) { return row.dayKey == "2026-11-20"; });
+    ASSERT_NE(known, rows.end());
+    Segment again = *known;
+    again.id = Uuid::random();
+    again.startedAt = at(start);
+    again.endedAt = addSeconds(again.startedAt, 300);
+    again.seconds = 300;
+    ASSERT_TRUE(store->insertRows({&again, 1}));
+    expectSame(std::string("a row of a known context at ") + start);
+  }
   ASSERT_TRUE(store->insertRows(
       randomHistory(calendar, at("2026-11-19T08:00:00Z"), 1, 9)));  // an import into a kept day
   expectSame("rows imported into days already read");
