@@ -71,11 +71,7 @@ const std::vector<std::uint32_t>& DayRows::titlelessOfContexts() const {
 
 const std::optional<DaySummary>& DayRows::summary(const Calendar& calendar) const {
   if (!summary_ || summaryZone_ != calendar.zoneName()) {
-    std::vector<Segment> kept;
-    kept.reserve(rows_.size());
-    for (const Segment& row : rows_) {
-      if (!UsageRollup::isOffMac(row.bundleId)) kept.push_back(row);
-    }
+    const std::vector<Segment> kept = UsageRollup::atComputer(rows_);
     summaryZone_ = calendar.zoneName();
     summary_.emplace(kept.empty()
                          ? std::nullopt

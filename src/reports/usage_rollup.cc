@@ -93,6 +93,15 @@ bool UsageRollup::isOffMac(std::string_view bundleId) {
   return isOffComputer(bundleId);
 }
 
+std::vector<Segment> UsageRollup::atComputer(std::span<const Segment> rows) {
+  std::vector<Segment> kept;
+  kept.reserve(rows.size());
+  for (const Segment& row : rows) {
+    if (!isOffMac(row.bundleId)) kept.push_back(row);
+  }
+  return kept;
+}
+
 std::vector<Segment> UsageRollup::clip(std::span<const Segment> rows, const DateInterval& period) {
   std::vector<Segment> clipped;
   clipped.reserve(rows.size());
@@ -329,7 +338,7 @@ std::vector<DetailUsage> groupDetails(std::span<const ContextTotal> contexts,
   std::vector<std::string> order;
   for (const ContextTotal& total : contexts) {
     if (!keep(total)) continue;
-    std::optional<ActivityDetail> detail = total.titleless ? total.detail : detailOf(total.context);
+    std::optional<ActivityDetail> detail = UsageRollup::detailOf(total);
     if (!detail) continue;
     auto [at, added] = details.try_emplace(detail->key);
     if (added) {

@@ -139,6 +139,8 @@ struct CategoryDirectory {
 struct UsageRollup {
   static Micros micros(const Segment& row) { return countedMicros(row.seconds); }
   static bool isOffMac(std::string_view bundleId);
+  // The rows at the computer, in their order.
+  static std::vector<Segment> atComputer(std::span<const Segment> rows);
 
   // The part of each row inside `period`, rows outside dropped. A clipped row counts the
   // smaller of its seconds and the time left inside.

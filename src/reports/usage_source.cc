@@ -15,15 +15,6 @@ void sortByStart(std::vector<Segment>& rows) {
                    [](const Segment& a, const Segment& b) { return a.startedAt < b.startedAt; });
 }
 
-std::vector<Segment> atComputer(std::span<const Segment> rows) {
-  std::vector<Segment> kept;
-  kept.reserve(rows.size());
-  for (const Segment& row : rows) {
-    if (!UsageRollup::isOffMac(row.bundleId)) kept.push_back(row);
-  }
-  return kept;
-}
-
 // Runs of consecutive keys among `keys` (in order) for which `take` holds.
 std::vector<KeyRange> runsOf(const std::vector<std::string>& keys, const std::vector<char>& take) {
   std::vector<KeyRange> runs;
@@ -60,7 +51,7 @@ Result<UsageTally> UsageSource::tallyFromRows(const DateInterval& interval,
   for (Segment& row : UsageRollup::clip(extra, interval)) tally.rows.push_back(std::move(row));
   sortByStart(tally.rows);
   tally.contexts = UsageRollup::contexts(tally.rows);
-  tally.days = summarizeDays(atComputer(tally.rows), calendar_);
+  tally.days = summarizeDays(UsageRollup::atComputer(tally.rows), calendar_);
   return tally;
 }
 
@@ -207,13 +198,13 @@ Result<Timeline> UsageSource::timeline(const DateInterval& interval,
     return keptTimeline_->timeline;
   }
 
-  std::vector<Segment> rows = atComputer(UsageRollup::clip(fetched, interval));
+  std::vector<Segment> rows = UsageRollup::atComputer(UsageRollup::clip(fetched, interval));
   for (const auto& part : parts) {
     for (Segment& row : UsageRollup::clip(part->rows(), interval)) {
       if (!UsageRollup::isOffMac(row.bundleId)) rows.push_back(std::move(row));
     }
   }
-  for (Segment& row : atComputer(UsageRollup::clip(extra, interval)))
+  for (Segment& row : UsageRollup::atComputer(UsageRollup::clip(extra, interval)))
     rows.push_back(std::move(row));
   sortByStart(rows);
   Timeline timeline;
@@ -379,10 +370,10 @@ Result<UsageTally> UsageSource::tallyAt(const DateInterval& interval,
 
   if (!withDays) return tally;
   // A whole day shares its summary unless rows counted one by one fall in the same local day.
-  std::vector<Segment> summarized = atComputer(rows);
+  std::vector<Segment> summarized = UsageRollup::atComputer(rows);
   for (const std::shared_ptr<const DayRows>& day : wholeDays) {
     if (rowDays.contains(day->dayKey())) {
-      for (const Segment& row : atComputer(day->rows())) summarized.push_back(row);
+      for (const Segment& row : UsageRollup::atComputer(day->rows())) summarized.push_back(row);
     } else if (const std::optional<DaySummary>& summary = day->summary(calendar_)) {
       tally.days.push_back(*summary);
     }

@@ -642,21 +642,6 @@ Result<std::vector<std::optional<ActivityDetail>>> UsageAggregates::detailsOfIds
   return details;
 }
 
-std::optional<ActivityDetail> UsageAggregates::detailOfId(std::int64_t id) {
-  if (!detailById_) {
-    Result<sql::Statement> prepared = db_.prepare("SELECT detail_k FROM usage_detail WHERE id = ?");
-    if (!prepared) return std::nullopt;
-    detailById_.emplace(std::move(prepared).value());
-  }
-  detailById_->reset();
-  detailById_->bind(1, id);
-  Result<bool> row = detailById_->step();
-  std::optional<ActivityDetail> detail;
-  if (row && *row) detail = decodeDetail(detailById_->text(0));
-  detailById_->reset();
-  return detail;
-}
-
 std::optional<RowsVersion> UsageAggregates::rowsVersion() {
   Result<sql::Statement> statement = db_.prepare(
       "SELECT (SELECT n FROM usage_edits), (SELECT ifnull(max(rowid), 0) FROM segment)");

@@ -122,9 +122,8 @@ class UsageAggregates {
                          std::vector<std::int64_t>& micros);
   // The id of the detail with `key`, when stored days have it.
   std::optional<std::int64_t> detailIdOfKey(std::string_view key);
-  // The detail an id stands for (its kind and label as first stored).
-  std::optional<ActivityDetail> detailOfId(std::int64_t id);
-  // The details of several ids at once, in the order of `ids`; none for an unknown id.
+  // The details several ids stand for (kind and label as first stored), in the order of `ids`;
+  // none for an unknown id.
   Result<std::vector<std::optional<ActivityDetail>>> detailsOfIds(
       std::span<const std::int64_t> ids);
   // Where the rows stand: rows kept from an earlier read are still right while `edits` is the
@@ -154,7 +153,6 @@ class UsageAggregates {
   };
   static constexpr size_t kKnownDetailIds = 16384;
   std::unordered_map<std::string, std::int64_t, TextHash, std::equal_to<>> knownDetailIds_;
-  std::optional<sql::Statement> detailById_;
 };
 
 }  // namespace velto

@@ -49,20 +49,12 @@ std::map<std::string, Micros> detailsOf(const UsageTally& tally, UsageAggregates
   }
   for (size_t id = 0; id < tally.detailMicros.size(); ++id) {
     if (tally.detailMicros[id] == 0) continue;
-    const std::optional<ActivityDetail> detail =
-        aggregates.detailOfId(static_cast<std::int64_t>(id));
+    const auto at = static_cast<std::int64_t>(id);
+    const std::optional<ActivityDetail> detail = aggregates.detailsOfIds({&at, 1}).value().front();
     EXPECT_TRUE(detail.has_value());
     if (detail) micros[detail->key] += tally.detailMicros[id];
   }
   return micros;
-}
-
-std::vector<Segment> atComputer(const std::vector<Segment>& rows) {
-  std::vector<Segment> kept;
-  for (const Segment& row : rows) {
-    if (!UsageRollup::isOffMac(row.bundleId)) kept.push_back(row);
-  }
-  return kept;
 }
 
 // Back-to-back stretches with gaps around the 60-s joining limit, a few apps and titles, absent
@@ -137,7 +129,8 @@ class AggregatesMatchRowsTest : public testing::StoreTest {
     ASSERT_TRUE(fast.ok()) << fast.error();
     EXPECT_EQ(fast->days, reference->days);
     // Joined day summaries give what the rows give.
-    EXPECT_EQ(shapeOf(fast->days), UsageRollup::shape(atComputer(reference->rows), reading));
+    EXPECT_EQ(shapeOf(fast->days),
+              UsageRollup::shape(UsageRollup::atComputer(reference->rows), reading));
     // A second read comes from the cached day summaries.
     const Result<UsageTally> again = source.tally(interval, {});
     ASSERT_TRUE(again.ok());
@@ -286,8 +279,9 @@ TEST_F(AggregatesMatchRowsTest, KeptRowsFollowEveryKindOfWrite) {
       }
       const Result<Timeline> timeline = source.timeline(interval, {});
       ASSERT_TRUE(timeline.ok());
-      EXPECT_EQ(timeline->rows->size(), atComputer(reference->rows).size());
-      EXPECT_EQ(timeline->blocks->size(), UsageRollup::blocks(atComputer(reference->rows)).size());
+      EXPECT_EQ(timeline->rows->size(), UsageRollup::atComputer(reference->rows).size());
+      EXPECT_EQ(timeline->blocks->size(),
+                UsageRollup::blocks(UsageRollup::atComputer(reference->rows)).size());
     }
   };
   expectSame("the first read");

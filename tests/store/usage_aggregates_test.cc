@@ -95,7 +95,8 @@ TEST_F(UsageAggregatesTest, SitesAndDetailsAddUpOverDaysAndMonths) {
     std::map<std::string, std::int64_t> seconds;
     for (size_t id = 0; id < micros.size(); ++id) {
       if (micros[id] == 0) continue;
-      std::optional<ActivityDetail> detail = aggregates().detailOfId(static_cast<std::int64_t>(id));
+      const auto at = static_cast<std::int64_t>(id);
+      std::optional<ActivityDetail> detail = aggregates().detailsOfIds({&at, 1}).value().front();
       EXPECT_TRUE(detail);
       if (detail) seconds[detail->label] += micros[id] / 1'000'000;
     }
