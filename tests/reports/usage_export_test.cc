@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "store/store_fixture.h"
+#include "test_support/segment_rows.h"
 
 namespace velto {
 namespace {
@@ -17,14 +18,8 @@ class UsageExportTest : public testing::StoreTest {
   UsageExportTest() : StoreTest("Europe/Berlin") {}
 
   Segment stored(const std::string& bundleId, const std::string& from, const std::string& to) {
-    Segment row;
-    row.id = Uuid::random();
-    row.startedAt = at(from);
-    row.endedAt = at(to);
-    row.seconds = secondsBetween(row.startedAt, row.endedAt);
-    row.bundleId = bundleId;
+    Segment row = testing::storedRow(bundleId, from, to);
     row.appName = bundleId;
-    row.endReasonRaw = "focusChange";
     row.dayKey = calendar.dayKey(row.startedAt);
     return row;
   }

@@ -3,27 +3,14 @@
 #include <gtest/gtest.h>
 
 #include "reports/day_summary.h"
+#include "test_support/segment_rows.h"
 #include "test_support/time_helpers.h"
 
 namespace velto {
 namespace {
 
 using testing::at;
-
-Segment row(const std::string& bundleId, const std::string& from, const std::string& to,
-            std::optional<std::string> title = std::nullopt,
-            std::optional<std::string> host = std::nullopt) {
-  Segment segment;
-  segment.id = Uuid::random();
-  segment.startedAt = at(from);
-  segment.endedAt = at(to);
-  segment.seconds = secondsBetween(segment.startedAt, segment.endedAt);
-  segment.bundleId = bundleId;
-  segment.appName = bundleId + " app";
-  segment.windowTitle = std::move(title);
-  segment.host = std::move(host);
-  return segment;
-}
+using testing::storedRow;
 
 const Calendar& utc() {
   static const Calendar calendar = *Calendar::named("UTC");
@@ -47,8 +34,8 @@ TEST(UsageRollupTest, BlocksJoinAcrossGapsOfAtMostSixtySeconds) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.secondStart);
     const std::vector<Segment> rows = {
-        row("code", "2026-11-20T10:00:00Z", "2026-11-20T10:10:00Z", "notes"),
-        row(c.secondApp, c.secondStart, "2026-11-20T10:30:00Z", c.secondTitle)};
+        storedRow("code", "2026-11-20T10:00:00Z", "2026-11-20T10:10:00Z", "notes"),
+        storedRow(c.secondApp, c.secondStart, "2026-11-20T10:30:00Z", c.secondTitle)};
     const std::vector<TimelineBlock> blocks = UsageRollup::blocks(rows);
     ASSERT_EQ(blocks.size(), c.blocks);
     if (c.blocks == 1) {
@@ -59,7 +46,8 @@ TEST(UsageRollupTest, BlocksJoinAcrossGapsOfAtMostSixtySeconds) {
 }
 
 TEST(UsageRollupTest, TimelineSpanIsAtLeastAnHour) {
-  const std::vector<Segment> rows = {row("code", "2026-11-20T10:00:00Z", "2026-11-20T10:05:00Z")};
+  const std::vector<Segment> rows = {
+      storedRow("code", "2026-11-20T10:00:00Z", "2026-11-20T10:05:00Z")};
   const auto span = UsageRollup::timelineSpan(rows, at("2026-11-20T10:05:00Z"));
   ASSERT_TRUE(span);
   EXPECT_EQ(span->start, at("2026-11-20T10:00:00Z"));
@@ -73,7 +61,7 @@ TEST(UsageRollupTest, TimelineSpanIsAtLeastAnHour) {
 TEST(UsageRollupTest, DetailRowsHideScatteredWindowTitles) {
   // A browser's sites are shown even when there is only one.
   std::vector<Segment> browser = {
-      row("firefox", "2026-11-20T10:00:00Z", "2026-11-20T10:10:00Z", "x", "github.com")};
+      storedRow("firefox", "2026-11-20T10:00:00Z", "2026-11-20T10:10:00Z", "x", "github.com")};
   auto rows = UsageRollup::detailRows(UsageRollup::contexts(browser), "firefox");
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_EQ(rows[0].key, "github.com");
@@ -81,14 +69,14 @@ TEST(UsageRollupTest, DetailRowsHideScatteredWindowTitles) {
 
   // An unknown application: three titles holding 20% of its time show nothing...
   std::vector<Segment> generic = {
-      row("some.app", "2026-11-20T10:00:00Z", "2026-11-20T10:04:00Z", "Alpha"),
-      row("some.app", "2026-11-20T10:04:00Z", "2026-11-20T10:08:00Z", "Beta"),
-      row("some.app", "2026-11-20T10:08:00Z", "2026-11-20T10:12:00Z", "Gamma"),
-      row("some.app", "2026-11-20T10:12:00Z", "2026-11-20T11:00:00Z")};
+      storedRow("some.app", "2026-11-20T10:00:00Z", "2026-11-20T10:04:00Z", "Alpha"),
+      storedRow("some.app", "2026-11-20T10:04:00Z", "2026-11-20T10:08:00Z", "Beta"),
+      storedRow("some.app", "2026-11-20T10:08:00Z", "2026-11-20T10:12:00Z", "Gamma"),
+      storedRow("some.app", "2026-11-20T10:12:00Z", "2026-11-20T11:00:00Z")};
   EXPECT_TRUE(UsageRollup::detailRows(UsageRollup::contexts(generic), "some.app").empty());
   // ... a single title neither...
   std::vector<Segment> single = {
-      row("some.app", "2026-11-20T10:00:00Z", "2026-11-20T11:00:00Z", "Alpha")};
+      storedRow("some.app", "2026-11-20T10:00:00Z", "2026-11-20T11:00:00Z", "Alpha")};
   EXPECT_TRUE(UsageRollup::detailRows(UsageRollup::contexts(single), "some.app").empty());
   // ... and two holding a quarter do.
   generic[3].endedAt = at("2026-11-20T10:20:00Z");
@@ -100,10 +88,10 @@ TEST(UsageRollupTest, DetailRowsHideScatteredWindowTitles) {
 
 TEST(UsageRollupTest, CurrentRunWalksBackOverTheSameApplication) {
   const std::vector<Segment> rows = {
-      row("code", "2026-11-20T09:00:00Z", "2026-11-20T09:30:00Z"),
-      row("slack", "2026-11-20T09:30:00Z", "2026-11-20T09:30:05Z"),  // short, still a break
-      row("Code", "2026-11-20T09:30:05Z", "2026-11-20T09:50:00Z"),
-      row("code", "2026-11-20T09:50:30Z", "2026-11-20T10:00:00Z")};
+      storedRow("code", "2026-11-20T09:00:00Z", "2026-11-20T09:30:00Z"),
+      storedRow("slack", "2026-11-20T09:30:00Z", "2026-11-20T09:30:05Z"),  // short, still a break
+      storedRow("Code", "2026-11-20T09:30:05Z", "2026-11-20T09:50:00Z"),
+      storedRow("code", "2026-11-20T09:50:30Z", "2026-11-20T10:00:00Z")};
   const Instant start = at("2026-11-20T10:00:40Z");
   const Instant now = at("2026-11-20T10:05:40Z");
   EXPECT_DOUBLE_EQ(UsageRollup::currentRun(rows, "code", start, now), 300 + 570 + 1195);
@@ -115,11 +103,12 @@ TEST(UsageRollupTest, CurrentRunWalksBackOverTheSameApplication) {
 }
 
 TEST(UsageRollupTest, ShapeCountsSwitchesSpanAndTheEarlierOfEqualStretches) {
-  const std::vector<Segment> rows = {row("a", "2026-11-20T08:00:00Z", "2026-11-20T08:40:00Z"),
-                                     row("a", "2026-11-20T09:00:00Z", "2026-11-20T09:10:00Z"),
-                                     row("b", "2026-11-20T09:10:00Z", "2026-11-20T09:50:00Z"),
-                                     row("a", "2026-11-20T09:50:00Z", "2026-11-20T10:00:00Z"),
-                                     row("b", "2026-11-21T08:00:00Z", "2026-11-21T08:40:00Z")};
+  const std::vector<Segment> rows = {
+      storedRow("a", "2026-11-20T08:00:00Z", "2026-11-20T08:40:00Z"),
+      storedRow("a", "2026-11-20T09:00:00Z", "2026-11-20T09:10:00Z"),
+      storedRow("b", "2026-11-20T09:10:00Z", "2026-11-20T09:50:00Z"),
+      storedRow("a", "2026-11-20T09:50:00Z", "2026-11-20T10:00:00Z"),
+      storedRow("b", "2026-11-21T08:00:00Z", "2026-11-21T08:40:00Z")};
   const ActivityShape shape = UsageRollup::shape(rows, utc());
   EXPECT_EQ(shape.switchCount, 3);
   EXPECT_EQ(shape.trackedSeconds, 140 * 60);
@@ -129,18 +118,20 @@ TEST(UsageRollupTest, ShapeCountsSwitchesSpanAndTheEarlierOfEqualStretches) {
   EXPECT_EQ(shape.firstActivity, at("2026-11-20T08:00:00Z"));
   EXPECT_EQ(shape.lastActivity, at("2026-11-21T08:40:00Z"));
 
-  const std::vector<Segment> oneApp = {row("a", "2026-11-20T08:00:00Z", "2026-11-20T08:40:00Z"),
-                                       row("a", "2026-11-20T10:00:00Z", "2026-11-20T10:40:00Z")};
+  const std::vector<Segment> oneApp = {
+      storedRow("a", "2026-11-20T08:00:00Z", "2026-11-20T08:40:00Z"),
+      storedRow("a", "2026-11-20T10:00:00Z", "2026-11-20T10:40:00Z")};
   EXPECT_EQ(UsageRollup::shape(oneApp, utc()).switchCount, 0);
   EXPECT_EQ(UsageRollup::shape({}, utc()), ActivityShape{});
 }
 
 TEST(UsageRollupTest, DaySummariesJoinAStretchAcrossMidnight) {
-  const std::vector<Segment> rows = {row("a", "2026-11-20T22:00:00Z", "2026-11-20T23:00:00Z"),
-                                     row("b", "2026-11-20T23:00:00Z", "2026-11-20T23:59:30Z", "x"),
-                                     row("b", "2026-11-21T00:00:00Z", "2026-11-21T01:30:00Z", "x"),
-                                     row("b", "2026-11-21T01:30:00Z", "2026-11-21T01:40:00Z", "y"),
-                                     row("a", "2026-11-21T01:40:00Z", "2026-11-21T02:00:00Z")};
+  const std::vector<Segment> rows = {
+      storedRow("a", "2026-11-20T22:00:00Z", "2026-11-20T23:00:00Z"),
+      storedRow("b", "2026-11-20T23:00:00Z", "2026-11-20T23:59:30Z", "x"),
+      storedRow("b", "2026-11-21T00:00:00Z", "2026-11-21T01:30:00Z", "x"),
+      storedRow("b", "2026-11-21T01:30:00Z", "2026-11-21T01:40:00Z", "y"),
+      storedRow("a", "2026-11-21T01:40:00Z", "2026-11-21T02:00:00Z")};
   const std::vector<DaySummary> days = summarizeDays(rows, utc());
   ASSERT_EQ(days.size(), 2u);
   const ActivityShape shape = shapeOf(days);
@@ -151,29 +142,30 @@ TEST(UsageRollupTest, DaySummariesJoinAStretchAcrossMidnight) {
 }
 
 TEST(UsageRollupTest, HoursSpreadOverTheLocalClock) {
-  const std::array<double, 24> plain =
-      UsageRollup::hourly({{row("a", "2026-11-20T10:40:00Z", "2026-11-20T11:20:00Z")}}, utc());
+  const std::array<double, 24> plain = UsageRollup::hourly(
+      {{storedRow("a", "2026-11-20T10:40:00Z", "2026-11-20T11:20:00Z")}}, utc());
   EXPECT_EQ(plain[10], 1200);
   EXPECT_EQ(plain[11], 1200);
 
   // Berlin skips 02:00-03:00 on 2026-03-29: 01:30 to 03:30 local is one real hour.
   const Calendar berlin = *Calendar::named("Europe/Berlin");
-  const std::array<double, 24> spring =
-      UsageRollup::hourly({{row("a", "2026-03-29T00:30:00Z", "2026-03-29T01:30:00Z")}}, berlin);
+  const std::array<double, 24> spring = UsageRollup::hourly(
+      {{storedRow("a", "2026-03-29T00:30:00Z", "2026-03-29T01:30:00Z")}}, berlin);
   EXPECT_EQ(spring[1], 1800);
   EXPECT_EQ(spring[2], 0);
   EXPECT_EQ(spring[3], 1800);
 
   // India's half-hour offset: 10:40 UTC is 16:10 local.
   const Calendar kolkata = *Calendar::named("Asia/Kolkata");
-  const std::array<double, 24> half =
-      UsageRollup::hourly({{row("a", "2026-11-20T10:40:00Z", "2026-11-20T11:20:00Z")}}, kolkata);
+  const std::array<double, 24> half = UsageRollup::hourly(
+      {{storedRow("a", "2026-11-20T10:40:00Z", "2026-11-20T11:20:00Z")}}, kolkata);
   EXPECT_EQ(half[16], 2400);
 }
 
 TEST(UsageRollupTest, StraddlingRowsCountOnlyInsideThePeriod) {
-  const std::vector<Segment> rows = {row("a", "2026-11-19T23:50:00Z", "2026-11-20T00:20:00Z"),
-                                     row("b", "2026-11-20T23:30:00Z", "2026-11-21T00:30:00Z")};
+  const std::vector<Segment> rows = {
+      storedRow("a", "2026-11-19T23:50:00Z", "2026-11-20T00:20:00Z"),
+      storedRow("b", "2026-11-20T23:30:00Z", "2026-11-21T00:30:00Z")};
   const std::vector<Segment> day =
       UsageRollup::clip(rows, {at("2026-11-20T00:00:00Z"), at("2026-11-21T00:00:00Z")});
   ASSERT_EQ(day.size(), 2u);
@@ -185,10 +177,10 @@ TEST(UsageRollupTest, StraddlingRowsCountOnlyInsideThePeriod) {
 
 TEST(UsageRollupTest, TimeAwayFromTheComputerIsKeptApart) {
   std::vector<Segment> rows = {
-      row("code", "2026-11-20T09:00:00Z", "2026-11-20T10:00:00Z", "main.cc - velto"),
-      row("firefox", "2026-11-20T10:00:00Z", "2026-11-20T10:30:00Z", "PR", "GitHub.com"),
-      row("firefox", "2026-11-20T10:30:00Z", "2026-11-20T10:40:00Z", "PR", "github.com"),
-      row("velto.offmac.meeting", "2026-11-20T11:00:00Z", "2026-11-20T12:00:00Z")};
+      storedRow("code", "2026-11-20T09:00:00Z", "2026-11-20T10:00:00Z", "main.cc - velto"),
+      storedRow("firefox", "2026-11-20T10:00:00Z", "2026-11-20T10:30:00Z", "PR", "GitHub.com"),
+      storedRow("firefox", "2026-11-20T10:30:00Z", "2026-11-20T10:40:00Z", "PR", "github.com"),
+      storedRow("velto.offmac.meeting", "2026-11-20T11:00:00Z", "2026-11-20T12:00:00Z")};
   rows[3].appName = "Meeting";
   const std::vector<ContextTotal> contexts = UsageRollup::contexts(rows);
   const CategoryResolver resolver;
