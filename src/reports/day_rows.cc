@@ -2,58 +2,182 @@
 
 #include <algorithm>
 #include <atomic>
-#include <unordered_map>
+#include <map>
+#include <tuple>
 
 namespace velto {
 
 namespace {
-
-StoredContext contextOf(const Segment& row) {
-  return StoredContext{row.bundleId, row.appName, row.host, row.windowTitle, row.toolName};
-}
 
 std::uint64_t nextSerial() {
   static std::atomic<std::uint64_t> serial{0};
   return ++serial;
 }
 
-std::int64_t lastRowidOf(const std::vector<RowOfDay>& rows, std::int64_t atLeast) {
-  for (const RowOfDay& row : rows) atLeast = std::max(atLeast, row.rowid);
-  return atLeast;
-}
-
-std::vector<Segment> segmentsOf(std::vector<RowOfDay>&& rows) {
-  std::vector<Segment> segments;
-  segments.reserve(rows.size());
-  for (RowOfDay& row : rows) segments.push_back(std::move(row.segment));
-  return segments;
-}
-
 }  // namespace
 
-DayRows::DayRows(std::string dayKey, std::vector<Segment> rows, std::int64_t lastRowid)
-    : dayKey_(std::move(dayKey)),
-      rows_(std::move(rows)),
-      lastRowid_(lastRowid),
-      serial_(nextSerial()) {}
+size_t DayRows::ContextKeyHash::operator()(const ContextKey& key) const {
+  size_t hash = 0;
+  for (std::uint32_t id : key.ids) hash = hash * 1000003u ^ id;
+  return hash;
+}
+
+DayRows::DayRows(std::string dayKey) : dayKey_(std::move(dayKey)), serial_(nextSerial()) {}
+
+DayRows::ContextKey DayRows::keyOf(const Context& c) const {
+  return ContextKey{{c.bundleId, c.appName, c.host, c.windowTitle, c.toolName}};
+}
+
+void DayRows::indexContexts(ContextIndex& index) const {
+  if (!index.empty()) return;
+  index.reserve(table_.size());
+  for (size_t i = 0; i < table_.size(); ++i)
+    index.emplace(keyOf(table_[i]), static_cast<std::uint32_t>(i));
+}
+
+StoredContext DayRows::storedContext(std::uint32_t context) const {
+  const Context& c = table_[context];
+  return StoredContext{strings_.string(c.bundleId), strings_.string(c.appName),
+                       strings_.optional(c.host), strings_.optional(c.windowTitle),
+                       strings_.optional(c.toolName)};
+}
+
+void DayRows::append(const Segment& row, ContextIndex& index) {
+  Context made;
+  made.bundleId = strings_.intern(row.bundleId);
+  made.appName = strings_.intern(row.appName);
+  made.host = strings_.internOptional(row.host);
+  made.windowTitle = strings_.internOptional(row.windowTitle);
+  made.toolName = strings_.internOptional(row.toolName);
+  const auto [at, added] =
+      index.try_emplace(keyOf(made), static_cast<std::uint32_t>(table_.size()));
+  const std::uint32_t context = at->second;
+  const Micros micros = UsageRollup::micros(row);
+  if (added) {
+    made.offComputer = UsageRollup::isOffMac(row.bundleId);
+    table_.push_back(made);
+    // Totals made before take the new context in; those per title-less key are made again
+    // when asked.
+    if (contexts_)
+      contexts_->push_back(ContextTotal{storedContext(context), 0, 0, false, std::nullopt});
+    titleless_.reset();
+    sites_.reset();
+  }
+  Context& kept = table_[context];
+  kept.micros += micros;
+  kept.count += 1;
+  auto add = [&](std::optional<std::vector<ContextTotal>>& totals, size_t at) {
+    if (!totals) return;
+    (*totals)[at].micros += micros;
+    (*totals)[at].count += 1;
+  };
+  add(contexts_, context);
+  if (titleless_) add(titleless_, titlelessOf_[context]);
+  if (sites_) add(sites_, siteOf_[context]);
+  rows_.push_back(Row{row.startedAt, row.endedAt, row.seconds, context});
+  rest_.push_back(
+      Rest{row.id, strings_.internOptional(row.url), strings_.intern(row.endReasonRaw)});
+}
+
+void DayRows::reorder(size_t firstAdded) {
+  auto byStart = [](const Row& a, const Row& b) { return a.startedAt < b.startedAt; };
+  const size_t from = firstAdded > 0 ? firstAdded - 1 : 0;
+  if (std::is_sorted(rows_.begin() + static_cast<std::ptrdiff_t>(from), rows_.end(), byStart))
+    return;
+  // Added rows come after every kept one in insertion order, so a stable sort by start keeps
+  // the (start, insertion) order.
+  std::vector<std::uint32_t> order(rows_.size());
+  for (size_t i = 0; i < order.size(); ++i) order[i] = static_cast<std::uint32_t>(i);
+  std::stable_sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
+    return rows_[a].startedAt < rows_[b].startedAt;
+  });
+  std::vector<Row> rows;
+  std::vector<Rest> rest;
+  rows.reserve(rows_.size());
+  rest.reserve(rest_.size());
+  for (std::uint32_t i : order) {
+    rows.push_back(rows_[i]);
+    rest.push_back(rest_[i]);
+  }
+  rows_ = std::move(rows);
+  rest_ = std::move(rest);
+}
+
+void DayRows::merge(std::span<const Segment> added, std::int64_t lastRowid) {
+  lastRowid_ = std::max(lastRowid_, lastRowid);
+  if (added.empty()) return;
+  const size_t kept = rows_.size();
+  ContextIndex index;
+  indexContexts(index);
+  for (const Segment& row : added) append(row, index);
+  serial_ = nextSerial();
+  summary_.reset();
+  reorder(kept);
+  strings_.compact();
+}
+
+Status DayRows::readMore(UsageAggregates& aggregates, std::int64_t atLeast) {
+  const size_t kept = rows_.size();
+  ContextIndex index;
+  std::int64_t last = std::max(lastRowid_, atLeast);
+  Status read =
+      aggregates.eachRowOfDay(dayKey_, lastRowid_, [&](const Segment& row, std::int64_t rowid) {
+        indexContexts(index);
+        append(row, index);
+        last = std::max(last, rowid);
+      });
+  if (!read) return read;
+  lastRowid_ = last;
+  if (rows_.size() == kept) return read;
+  serial_ = nextSerial();
+  summary_.reset();
+  reorder(kept);
+  strings_.compact();
+  if (kept == 0) {
+    rows_.shrink_to_fit();
+    rest_.shrink_to_fit();
+    table_.shrink_to_fit();
+  }
+  return read;
+}
+
+Segment DayRows::segment(size_t at) const {
+  const Row& row = rows_[at];
+  const Rest& rest = rest_[at];
+  const Context& c = table_[row.context];
+  Segment made;
+  made.id = rest.id;
+  made.startedAt = row.startedAt;
+  made.endedAt = row.endedAt;
+  made.seconds = row.seconds;
+  made.bundleId = strings_.string(c.bundleId);
+  made.appName = strings_.string(c.appName);
+  made.windowTitle = strings_.optional(c.windowTitle);
+  made.host = strings_.optional(c.host);
+  made.toolName = strings_.optional(c.toolName);
+  made.url = strings_.optional(rest.url);
+  made.endReasonRaw = strings_.string(rest.endReason);
+  made.dayKey = dayKey_;
+  return made;
+}
+
+std::vector<Segment> DayRows::segments() const {
+  std::vector<Segment> made;
+  made.reserve(rows_.size());
+  for (size_t i = 0; i < rows_.size(); ++i) made.push_back(segment(i));
+  return made;
+}
 
 const std::vector<ContextTotal>& DayRows::contexts() const {
   if (!contexts_) {
-    contexts_ = UsageRollup::contexts(rows_);
-    contexts_->shrink_to_fit();
-    std::unordered_map<StoredContext, std::uint32_t, StoredContextHash> index;
-    for (size_t i = 0; i < contexts_->size(); ++i)
-      index.emplace((*contexts_)[i].context, static_cast<std::uint32_t>(i));
-    contextOf_.clear();
-    contextOf_.reserve(rows_.size());
-    for (const Segment& row : rows_) contextOf_.push_back(index.at(contextOf(row)));
+    contexts_.emplace();
+    contexts_->reserve(table_.size());
+    for (size_t i = 0; i < table_.size(); ++i) {
+      contexts_->push_back(ContextTotal{storedContext(static_cast<std::uint32_t>(i)),
+                                        table_[i].micros, table_[i].count, false, std::nullopt});
+    }
   }
   return *contexts_;
-}
-
-const std::vector<std::uint32_t>& DayRows::contextOfRows() const {
-  (void)contexts();
-  return contextOf_;
 }
 
 const std::vector<ContextTotal>& DayRows::titlelessContexts() const {
@@ -69,9 +193,42 @@ const std::vector<std::uint32_t>& DayRows::titlelessOfContexts() const {
   return titlelessOf_;
 }
 
+const std::vector<ContextTotal>& DayRows::siteContexts() const {
+  if (!sites_) {
+    // Pooled strings are equal exactly when their indexes are: the key is three indexes.
+    std::map<std::tuple<std::uint32_t, std::uint32_t, std::uint32_t>, std::uint32_t> index;
+    sites_.emplace();
+    siteOf_.clear();
+    siteOf_.reserve(table_.size());
+    for (const Context& c : table_) {
+      const auto [at, added] = index.try_emplace(std::tuple(c.bundleId, c.appName, c.host),
+                                                 static_cast<std::uint32_t>(sites_->size()));
+      if (added) {
+        ContextTotal& made = sites_->emplace_back();
+        made.context = StoredContext{strings_.string(c.bundleId), strings_.string(c.appName),
+                                     strings_.optional(c.host), std::nullopt, std::nullopt};
+        made.titleless = true;
+      }
+      (*sites_)[at->second].micros += c.micros;
+      (*sites_)[at->second].count += c.count;
+      siteOf_.push_back(at->second);
+    }
+    sites_->shrink_to_fit();
+  }
+  return *sites_;
+}
+
+const std::vector<std::uint32_t>& DayRows::siteOfContexts() const {
+  (void)siteContexts();
+  return siteOf_;
+}
+
 const std::optional<DaySummary>& DayRows::summary(const Calendar& calendar) const {
   if (!summary_ || summaryZone_ != calendar.zoneName()) {
-    const std::vector<Segment> kept = UsageRollup::atComputer(rows_);
+    std::vector<Segment> kept;
+    for (size_t i = 0; i < rows_.size(); ++i) {
+      if (!table_[rows_[i].context].offComputer) kept.push_back(segment(i));
+    }
     summaryZone_ = calendar.zoneName();
     summary_.emplace(kept.empty()
                          ? std::nullopt
@@ -80,66 +237,10 @@ const std::optional<DaySummary>& DayRows::summary(const Calendar& calendar) cons
   return *summary_;
 }
 
-void DayRows::merge(std::vector<Segment> added, std::int64_t lastRowid) {
-  lastRowid_ = std::max(lastRowid_, lastRowid);
-  if (added.empty()) return;
-  serial_ = nextSerial();
-  summary_.reset();
-  // Totals already made take the new rows in (a recorder adds one row at a time to a day of
-  // thousands).
-  if (contexts_) {
-    for (const Segment& row : added) {
-      const StoredContext context = contextOf(row);
-      auto found =
-          std::find_if(contexts_->begin(), contexts_->end(),
-                       [&](const ContextTotal& total) { return total.context == context; });
-      if (found == contexts_->end()) {
-        found = contexts_->insert(contexts_->end(), ContextTotal{});
-        found->context = context;
-        titleless_.reset();  // a new context: made again when asked
-      }
-      found->micros += UsageRollup::micros(row);
-      found->count += 1;
-      const auto index = static_cast<std::uint32_t>(found - contexts_->begin());
-      contextOf_.push_back(index);
-      if (titleless_) {
-        ContextTotal& total = (*titleless_)[titlelessOf_[index]];
-        total.micros += UsageRollup::micros(row);
-        total.count += 1;
-      }
-    }
-  } else {
-    titleless_.reset();
-  }
-  const size_t kept = rows_.size();
-  for (Segment& row : added) rows_.push_back(std::move(row));
-  auto byStart = [](const Segment& a, const Segment& b) { return a.startedAt < b.startedAt; };
-  if (std::is_sorted(rows_.begin() + static_cast<std::ptrdiff_t>(kept > 0 ? kept - 1 : 0),
-                     rows_.end(), byStart)) {
-    return;
-  }
-  // Added rows come after every kept one in insertion order, so a stable sort by start keeps
-  // the (start, insertion) order.
-  std::vector<size_t> order(rows_.size());
-  for (size_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::stable_sort(order.begin(), order.end(),
-                   [&](size_t a, size_t b) { return rows_[a].startedAt < rows_[b].startedAt; });
-  std::vector<Segment> sorted;
-  sorted.reserve(rows_.size());
-  std::vector<std::uint32_t> contextOf;
-  for (size_t i : order) {
-    sorted.push_back(std::move(rows_[i]));
-    if (contexts_) contextOf.push_back(contextOf_[i]);
-  }
-  rows_ = std::move(sorted);
-  contextOf_ = std::move(contextOf);
-}
-
 Result<DayRows> readDayRows(UsageAggregates& aggregates, const std::string& dayKey) {
-  Result<std::vector<RowOfDay>> read = aggregates.rowsOfDay(dayKey);
-  if (!read) return Error{read.error()};
-  const std::int64_t last = lastRowidOf(*read, 0);
-  return DayRows(dayKey, segmentsOf(std::move(read).value()), last);
+  DayRows rows(dayKey);
+  if (Status read = rows.readMore(aggregates, 0); !read) return Error{read.error()};
+  return rows;
 }
 
 DayRowsCache::DayRowsCache(UsageAggregates& aggregates, size_t capacity)
@@ -153,10 +254,9 @@ Result<std::shared_ptr<const DayRows>> DayRowsCache::rowsOf(const std::string& d
   auto found = std::find_if(entries_.begin(), entries_.end(),
                             [&](const Entry& entry) { return entry.rows->dayKey() == dayKey; });
   if (found == entries_.end()) {
-    Result<std::vector<RowOfDay>> read = aggregates_.rowsOfDay(dayKey);
-    if (!read) return Error{read.error()};
-    const std::int64_t last = lastRowidOf(*read, version ? version->lastRowid : 0);
-    auto rows = std::make_shared<DayRows>(dayKey, segmentsOf(std::move(read).value()), last);
+    auto rows = std::make_shared<DayRows>(dayKey);
+    if (Status read = rows->readMore(aggregates_, version ? version->lastRowid : 0); !read)
+      return Error{read.error()};
     if (!version) return std::shared_ptr<const DayRows>(std::move(rows));
     if (entries_.size() >= capacity_) {
       entries_.erase(
@@ -166,14 +266,20 @@ Result<std::shared_ptr<const DayRows>> DayRowsCache::rowsOf(const std::string& d
     entries_.push_back({std::move(rows), 0});
     found = std::prev(entries_.end());
   } else if (found->rows->lastRowid() < version->lastRowid) {
-    Result<std::vector<RowOfDay>> read = aggregates_.rowsOfDay(dayKey, found->rows->lastRowid());
+    // A few rows recorded since: read aside, so that rows handed out earlier need not change
+    // under their holder.
+    std::vector<Segment> added;
+    std::int64_t last = version->lastRowid;
+    Status read = aggregates_.eachRowOfDay(dayKey, found->rows->lastRowid(),
+                                           [&](const Segment& row, std::int64_t rowid) {
+                                             added.push_back(row);
+                                             last = std::max(last, rowid);
+                                           });
     if (!read) return Error{read.error()};
-    const std::int64_t last = lastRowidOf(*read, version->lastRowid);
-    // Rows handed out earlier must not change under their holder.
-    if (!read->empty() && found->rows.use_count() > 1) {
+    if (!added.empty() && found->rows.use_count() > 1) {
       found->rows = std::make_shared<DayRows>(*found->rows);
     }
-    found->rows->merge(segmentsOf(std::move(read).value()), last);
+    found->rows->merge(added, last);
   }
   found->lastUse = ++uses_;
   return std::shared_ptr<const DayRows>(found->rows);

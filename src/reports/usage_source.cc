@@ -34,6 +34,19 @@ std::vector<KeyRange> runsOf(const std::vector<std::string>& keys, const std::ve
   return runs;
 }
 
+// The rows of `day` overlapping `interval`, clipped to it; those away from the computer only
+// with `offComputerToo`.
+std::vector<Segment> clippedRows(const DayRows& day, const DateInterval& interval,
+                                 bool offComputerToo) {
+  std::vector<Segment> picked;
+  for (size_t i = 0; i < day.rows().size(); ++i) {
+    const DayRows::Row& row = day.rows()[i];
+    if (!(row.startedAt < interval.end) || !(row.endedAt > interval.start)) continue;
+    if (offComputerToo || !day.offComputer(row.context)) picked.push_back(day.segment(i));
+  }
+  return UsageRollup::clip(picked, interval);
+}
+
 }  // namespace
 
 UsageSource::UsageSource(SegmentStore& store, const Calendar& calendar)
@@ -95,7 +108,7 @@ UsageSource::Remembered* UsageSource::remembered(const DateInterval& interval, T
 Result<UsageSource::Remembered*> UsageSource::remember(const DateInterval& interval,
                                                        TotalsLevel level, bool withContexts) {
   constexpr size_t kRememberedTallies = 16;
-  Result<UsageTally> stored = tallyAt(interval, {}, false, level, std::nullopt);
+  Result<UsageTally> stored = tallyAt(interval, {}, false, level, std::nullopt, false);
   if (!stored) return Error{stored.error()};
   Remembered made{interval.start, interval.end, level, std::nullopt,
                   UsageRollup::atComputerMicros(stored->contexts)};
@@ -200,9 +213,7 @@ Result<Timeline> UsageSource::timeline(const DateInterval& interval,
 
   std::vector<Segment> rows = UsageRollup::atComputer(UsageRollup::clip(fetched, interval));
   for (const auto& part : parts) {
-    for (Segment& row : UsageRollup::clip(part->rows(), interval)) {
-      if (!UsageRollup::isOffMac(row.bundleId)) rows.push_back(std::move(row));
-    }
+    for (Segment& row : clippedRows(*part, interval, false)) rows.push_back(std::move(row));
   }
   for (Segment& row : UsageRollup::atComputer(UsageRollup::clip(extra, interval)))
     rows.push_back(std::move(row));
@@ -237,7 +248,7 @@ Result<std::vector<ContextTotal>> UsageSource::appDetails(
 Result<UsageTally> UsageSource::tallyAt(const DateInterval& interval,
                                         std::span<const Segment> extra, bool withDays,
                                         TotalsLevel level,
-                                        std::optional<std::string_view> bundleOnly) {
+                                        std::optional<std::string_view> bundleOnly, bool details) {
   // Days changed since their totals were built are brought up to date first, except the one
   // being recorded; whatever stays marked is read row by row.
   (void)aggregates_.settle();
@@ -268,24 +279,31 @@ Result<UsageTally> UsageSource::tallyAt(const DateInterval& interval,
   // Without day summaries the rows of a partly covered day are only added up: those inside the
   // interval per context, those across its edges clipped and counted one by one.
   std::vector<ContextTotal> partTotals;
+  // The totals a kept day gives at `level`: per context, per application, host and detail as
+  // stored days give them, or per application and host only.
+  auto keptTotals = [&](const DayRows& day) -> const std::vector<ContextTotal>& {
+    if (level == TotalsLevel::context) return day.contexts();
+    return details ? day.titlelessContexts() : day.siteContexts();
+  };
   auto countPart = [&](const DayRows& day) {
-    // Per context, or per application, host and detail as stored days give them.
-    const bool titles = level == TotalsLevel::context;
-    const std::vector<ContextTotal>& known = titles ? day.contexts() : day.titlelessContexts();
-    const std::vector<std::uint32_t>& contextOf = day.contextOfRows();
-    const std::vector<std::uint32_t>* titlelessOf = titles ? nullptr : &day.titlelessOfContexts();
+    const std::vector<ContextTotal>& known = keptTotals(day);
+    const std::vector<std::uint32_t>* indexOf =
+        level == TotalsLevel::context
+            ? nullptr
+            : &(details ? day.titlelessOfContexts() : day.siteOfContexts());
     std::vector<Micros> micros(known.size(), 0);
     std::vector<std::int64_t> counts(known.size(), 0);
     for (size_t r = 0; r < day.rows().size(); ++r) {
-      const Segment& row = day.rows()[r];
+      const DayRows::Row& row = day.rows()[r];
       if (!(row.startedAt < interval.end) || !(row.endedAt > interval.start)) continue;
       if (row.startedAt < interval.start || row.endedAt > interval.end) {
-        for (Segment& part : UsageRollup::clip({&row, 1}, interval))
+        const Segment whole = day.segment(r);
+        for (Segment& part : UsageRollup::clip({&whole, 1}, interval))
           rows.push_back(std::move(part));
         continue;
       }
-      const std::uint32_t at = titles ? contextOf[r] : (*titlelessOf)[contextOf[r]];
-      micros[at] += UsageRollup::micros(row);
+      const std::uint32_t at = indexOf == nullptr ? row.context : (*indexOf)[row.context];
+      micros[at] += countedMicros(row.seconds);
       counts[at] += 1;
     }
     for (size_t c = 0; c < known.size(); ++c) {
@@ -301,8 +319,7 @@ Result<UsageTally> UsageSource::tallyAt(const DateInterval& interval,
     if (inside[i]) {
       wholeDays.push_back(std::move(stored).value());
     } else if (withDays) {
-      for (Segment& row : UsageRollup::clip((*stored)->rows(), interval))
-        rows.push_back(std::move(row));
+      for (Segment& row : clippedRows(**stored, interval, true)) rows.push_back(std::move(row));
     } else {
       countPart(**stored);
     }
@@ -351,7 +368,7 @@ Result<UsageTally> UsageSource::tallyAt(const DateInterval& interval,
       aggregates_.contextTotals(dayRuns, monthRuns, level, bundleOnly);
   if (!totals) return Error{totals.error()};
   tally.contexts = std::move(totals).value();
-  if (level == TotalsLevel::site) {
+  if (level == TotalsLevel::site && details) {
     tally.siteLevel = true;
     if (Status details = aggregates_.addDetailTotals(dayRuns, monthRuns, tally.detailMicros);
         !details) {
@@ -359,8 +376,7 @@ Result<UsageTally> UsageSource::tallyAt(const DateInterval& interval,
     }
   }
   for (const std::shared_ptr<const DayRows>& day : wholeDays) {
-    const std::vector<ContextTotal>& totals =
-        level == TotalsLevel::context ? day->contexts() : day->titlelessContexts();
+    const std::vector<ContextTotal>& totals = keptTotals(*day);
     tally.contexts.insert(tally.contexts.end(), totals.begin(), totals.end());
   }
   for (ContextTotal& total : partTotals) tally.contexts.push_back(std::move(total));
@@ -373,7 +389,8 @@ Result<UsageTally> UsageSource::tallyAt(const DateInterval& interval,
   std::vector<Segment> summarized = UsageRollup::atComputer(rows);
   for (const std::shared_ptr<const DayRows>& day : wholeDays) {
     if (rowDays.contains(day->dayKey())) {
-      for (const Segment& row : UsageRollup::atComputer(day->rows())) summarized.push_back(row);
+      for (Segment& row : UsageRollup::atComputer(day->segments()))
+        summarized.push_back(std::move(row));
     } else if (const std::optional<DaySummary>& summary = day->summary(calendar_)) {
       tally.days.push_back(*summary);
     }

@@ -79,9 +79,11 @@ class UsageSource {
 
  private:
   Result<std::optional<DaySummary>> summaryOfStoredDay(const std::string& dayKey);
+  // Without `details`, totals at TotalsLevel::site leave details out altogether (no detail
+  // figures, rows of kept days per application and host).
   Result<UsageTally> tallyAt(const DateInterval& interval, std::span<const Segment> extra,
                              bool withDays, TotalsLevel level,
-                             std::optional<std::string_view> bundleOnly);
+                             std::optional<std::string_view> bundleOnly, bool details = true);
 
   // Every stored day, kept until the database changes.
   Result<std::vector<StoredDay>> storedDays();

@@ -651,8 +651,9 @@ std::optional<RowsVersion> UsageAggregates::rowsVersion() {
   return RowsVersion{statement->int64(0), statement->int64(1)};
 }
 
-Result<std::vector<RowOfDay>> UsageAggregates::rowsOfDay(std::string_view dayKey,
-                                                         std::int64_t afterRowid) {
+Status UsageAggregates::eachRowOfDay(
+    std::string_view dayKey, std::int64_t afterRowid,
+    const std::function<void(const Segment& row, std::int64_t rowid)>& each) {
   if (!dayRows_) {
     Result<sql::Statement> prepared = db_.prepare(
         std::string("SELECT ") + kSegmentColumns +
@@ -663,11 +664,18 @@ Result<std::vector<RowOfDay>> UsageAggregates::rowsOfDay(std::string_view dayKey
   sql::Statement& statement = *dayRows_;
   statement.reset();
   statement.bind(1, dayKey).bind(2, afterRowid);
-  Result<std::vector<RowOfDay>> rows = statement.collect([](const sql::Statement& row) {
-    return RowOfDay{segmentFromRow(row), row.int64(kSegmentColumnCount)};
-  });
+  Status status;
+  for (;;) {
+    Result<bool> row = statement.step();
+    if (!row) {
+      status = Error{row.error()};
+      break;
+    }
+    if (!*row) break;
+    each(segmentFromRow(statement), statement.int64(kSegmentColumnCount));
+  }
   statement.reset();
-  return rows;
+  return status;
 }
 
 std::optional<std::string> UsageAggregates::cachedDay(std::string_view dayKey,

@@ -20,6 +20,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -79,11 +80,6 @@ struct RowsVersion {
   bool operator==(const RowsVersion&) const = default;
 };
 
-struct RowOfDay {
-  Segment segment;
-  std::int64_t rowid = 0;
-};
-
 // How finely contextTotals tells contexts apart.
 enum class TotalsLevel {
   context,    // every recorded context, titles and tools included
@@ -129,10 +125,10 @@ class UsageAggregates {
   // Where the rows stand: rows kept from an earlier read are still right while `edits` is the
   // same, and rows added since have a rowid above the earlier `lastRowid`.
   std::optional<RowsVersion> rowsVersion();
-  // The rows of one stored day with a rowid above `afterRowid`, sorted by start (then insertion
-  // order). Only the columns reports need: id, times, seconds, bundle, app name, title, host,
-  // tool.
-  Result<std::vector<RowOfDay>> rowsOfDay(std::string_view dayKey, std::int64_t afterRowid = 0);
+  // Hands `each` the rows of one stored day with a rowid above `afterRowid`, sorted by start
+  // (then insertion order), one at a time: a day of thousands of rows is never held twice.
+  Status eachRowOfDay(std::string_view dayKey, std::int64_t afterRowid,
+                      const std::function<void(const Segment& row, std::int64_t rowid)>& each);
 
   // A cached per-day figure blob computed by the reader for `zone`; dropped by the triggers
   // whenever a row of that day changes.
