@@ -6,6 +6,7 @@
 # bench/report_bench.cc keeps in VELTO_BENCH_STORE: a year of history with a full day today.
 # VELTO_FOOTPRINT_SETTINGS names a settings.json to start from (say, one that keeps history
 # forever, so that a year is not purged down to 90 days at launch).
+# VELTO_FOOTPRINT_MAPS=1 also lists the largest resident mappings.
 set -euo pipefail
 bin=$(realpath "${1:?usage: recorder_footprint.sh BUILD_BIN_DIR [SECONDS] [DISPLAY]}")
 seconds=${2:-600}
@@ -39,6 +40,11 @@ dbus-run-session -- bash -c '
   sleep "$3"
   end=$(cpu)
   grep -E "^(VmHWM|VmRSS|RssAnon|RssFile)" "/proc/$recorder/status"
+  if [[ -n "${VELTO_FOOTPRINT_MAPS:-}" ]]; then
+    awk '"'"'/^[0-9a-f]+-[0-9a-f]+ /{n=$6; if(n=="")n="[anon]"} /^Rss:/{r[n]+=$2}
+         END{for(n in r) if(r[n]>0) printf "%8d kB %s\n", r[n], n}'"'"' \
+      "/proc/$recorder/smaps" | sort -rn | head -15
+  fi
   echo "cpu_seconds: $(awk "BEGIN {print ($end - $start) / $ticks}") over $3 s"
   kill -TERM "$recorder"
   wait "$recorder" && echo "recorder stopped cleanly" || echo "recorder exit status $?"

@@ -58,7 +58,7 @@ int record(const Invocation& invocation) {
   }
   // A recorder reads little and seldom: SQLite's caches stay small (they shrink to this soft
   // limit as pages are freed), and memory freed after a burst of work goes back to the system.
-  constexpr sqlite3_int64 kSqliteHeapBytes = 1 << 20;
+  constexpr sqlite3_int64 kSqliteHeapBytes = 512 << 10;
   sqlite3_soft_heap_limit64(kSqliteHeapBytes);
   platform::LinuxDesktop desktop;
   platform::EventLoop& loop = desktop.loop();
