@@ -61,7 +61,8 @@ void DayRows::append(const Segment& row, ContextIndex& index) {
     if (contexts_)
       contexts_->push_back(ContextTotal{storedContext(context), 0, 0, false, std::nullopt});
     titleless_.reset();
-    sites_.reset();
+    sites_.totals.reset();
+    apps_.totals.reset();
   }
   Context& kept = table_[context];
   kept.micros += micros;
@@ -73,7 +74,8 @@ void DayRows::append(const Segment& row, ContextIndex& index) {
   };
   add(contexts_, context);
   if (titleless_) add(titleless_, titlelessOf_[context]);
-  if (sites_) add(sites_, siteOf_[context]);
+  if (sites_.totals) add(sites_.totals, sites_.of[context]);
+  if (apps_.totals) add(apps_.totals, apps_.of[context]);
   rows_.push_back(Row{row.startedAt, row.endedAt, row.seconds, context});
   rest_.push_back(
       Rest{row.id, strings_.internOptional(row.url), strings_.intern(row.endReasonRaw)});
@@ -193,34 +195,49 @@ const std::vector<std::uint32_t>& DayRows::titlelessOfContexts() const {
   return titlelessOf_;
 }
 
-const std::vector<ContextTotal>& DayRows::siteContexts() const {
-  if (!sites_) {
-    // Pooled strings are equal exactly when their indexes are: the key is three indexes.
-    std::map<std::tuple<std::uint32_t, std::uint32_t, std::uint32_t>, std::uint32_t> index;
-    sites_.emplace();
-    siteOf_.clear();
-    siteOf_.reserve(table_.size());
-    for (const Context& c : table_) {
-      const auto [at, added] = index.try_emplace(std::tuple(c.bundleId, c.appName, c.host),
-                                                 static_cast<std::uint32_t>(sites_->size()));
-      if (added) {
-        ContextTotal& made = sites_->emplace_back();
-        made.context = StoredContext{strings_.string(c.bundleId), strings_.string(c.appName),
-                                     strings_.optional(c.host), std::nullopt, std::nullopt};
-        made.titleless = true;
+const DayRows::Grouped& DayRows::grouped(Grouped& kept, bool byHost) const {
+  if (kept.totals) return kept;
+  // Pooled strings are equal exactly when their indexes are: the key is three indexes.
+  std::map<std::tuple<std::uint32_t, std::uint32_t, std::uint32_t>, std::uint32_t> index;
+  kept.totals.emplace();
+  kept.of.clear();
+  kept.of.reserve(table_.size());
+  for (const Context& c : table_) {
+    const auto key = byHost ? std::tuple(c.bundleId, c.appName, c.host)
+                            : std::tuple(c.bundleId, StringPool::kNone, StringPool::kNone);
+    const auto [at, added] =
+        index.try_emplace(key, static_cast<std::uint32_t>(kept.totals->size()));
+    if (added) {
+      ContextTotal& made = kept.totals->emplace_back();
+      made.context.bundleId = strings_.string(c.bundleId);
+      if (byHost) {
+        made.context.appName = strings_.string(c.appName);
+        made.context.host = strings_.optional(c.host);
       }
-      (*sites_)[at->second].micros += c.micros;
-      (*sites_)[at->second].count += c.count;
-      siteOf_.push_back(at->second);
+      made.titleless = true;
     }
-    sites_->shrink_to_fit();
+    (*kept.totals)[at->second].micros += c.micros;
+    (*kept.totals)[at->second].count += c.count;
+    kept.of.push_back(at->second);
   }
-  return *sites_;
+  kept.totals->shrink_to_fit();
+  return kept;
+}
+
+const std::vector<ContextTotal>& DayRows::siteContexts() const {
+  return *grouped(sites_, true).totals;
 }
 
 const std::vector<std::uint32_t>& DayRows::siteOfContexts() const {
-  (void)siteContexts();
-  return siteOf_;
+  return grouped(sites_, true).of;
+}
+
+const std::vector<ContextTotal>& DayRows::appContexts() const {
+  return *grouped(apps_, false).totals;
+}
+
+const std::vector<std::uint32_t>& DayRows::appOfContexts() const {
+  return grouped(apps_, false).of;
 }
 
 const std::optional<DaySummary>& DayRows::summary(const Calendar& calendar) const {

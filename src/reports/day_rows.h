@@ -61,6 +61,9 @@ class DayRows {
   // The same per application and host only (UsageRollup::titleless without detail).
   const std::vector<ContextTotal>& siteContexts() const;
   const std::vector<std::uint32_t>& siteOfContexts() const;
+  // The same per application (bundle id) only, as TotalsLevel::app gives them.
+  const std::vector<ContextTotal>& appContexts() const;
+  const std::vector<std::uint32_t>& appOfContexts() const;
   // Whether the rows of context `context` are time away from the computer.
   bool offComputer(std::uint32_t context) const { return table_[context].offComputer; }
   // The summary of the rows at the computer, for a calendar in which they all start in local
@@ -121,8 +124,14 @@ class DayRows {
   mutable std::optional<std::vector<ContextTotal>> contexts_;
   mutable std::optional<std::vector<ContextTotal>> titleless_;
   mutable std::vector<std::uint32_t> titlelessOf_;
-  mutable std::optional<std::vector<ContextTotal>> sites_;
-  mutable std::vector<std::uint32_t> siteOf_;
+  // Totals of contexts grouped by some of their strings, and the group of each context.
+  struct Grouped {
+    std::optional<std::vector<ContextTotal>> totals;
+    std::vector<std::uint32_t> of;
+  };
+  const Grouped& grouped(Grouped& kept, bool byHost) const;
+  mutable Grouped sites_;
+  mutable Grouped apps_;
   mutable std::string summaryZone_;
   mutable std::optional<std::optional<DaySummary>> summary_;
 };

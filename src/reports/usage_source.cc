@@ -156,10 +156,10 @@ Result<Micros> UsageSource::atComputerMicros(const DateInterval& interval,
     if (!tally) return Error{tally.error()};
     stored = UsageRollup::atComputerMicros(tally->contexts);
   } else {
-    const TotalsLevel level = categoriesUseTitles_ ? TotalsLevel::context : TotalsLevel::site;
-    Remembered* found = remembered(interval, level);
+    // A sum needs no more than the time per application.
+    Remembered* found = remembered(interval, TotalsLevel::app);
     if (found == nullptr) {
-      Result<Remembered*> made = remember(interval, level, false);
+      Result<Remembered*> made = remember(interval, TotalsLevel::app, false);
       if (!made) return Error{made.error()};
       found = *made;
     }
@@ -280,17 +280,22 @@ Result<UsageTally> UsageSource::tallyAt(const DateInterval& interval,
   // interval per context, those across its edges clipped and counted one by one.
   std::vector<ContextTotal> partTotals;
   // The totals a kept day gives at `level`: per context, per application, host and detail as
-  // stored days give them, or per application and host only.
+  // stored days give them, per application and host, or per application only.
+  const bool detailed = details && level != TotalsLevel::app;
   auto keptTotals = [&](const DayRows& day) -> const std::vector<ContextTotal>& {
     if (level == TotalsLevel::context) return day.contexts();
-    return details ? day.titlelessContexts() : day.siteContexts();
+    if (level == TotalsLevel::app) return day.appContexts();
+    return detailed ? day.titlelessContexts() : day.siteContexts();
+  };
+  // For each context of `day`, the index of its totals in keptTotals(day); none per context.
+  auto keptIndex = [&](const DayRows& day) -> const std::vector<std::uint32_t>* {
+    if (level == TotalsLevel::context) return nullptr;
+    if (level == TotalsLevel::app) return &day.appOfContexts();
+    return detailed ? &day.titlelessOfContexts() : &day.siteOfContexts();
   };
   auto countPart = [&](const DayRows& day) {
     const std::vector<ContextTotal>& known = keptTotals(day);
-    const std::vector<std::uint32_t>* indexOf =
-        level == TotalsLevel::context
-            ? nullptr
-            : &(details ? day.titlelessOfContexts() : day.siteOfContexts());
+    const std::vector<std::uint32_t>* indexOf = keptIndex(day);
     std::vector<Micros> micros(known.size(), 0);
     std::vector<std::int64_t> counts(known.size(), 0);
     for (size_t r = 0; r < day.rows().size(); ++r) {
@@ -368,7 +373,7 @@ Result<UsageTally> UsageSource::tallyAt(const DateInterval& interval,
       aggregates_.contextTotals(dayRuns, monthRuns, level, bundleOnly);
   if (!totals) return Error{totals.error()};
   tally.contexts = std::move(totals).value();
-  if (level == TotalsLevel::site && details) {
+  if (level == TotalsLevel::site && detailed) {
     tally.siteLevel = true;
     if (Status details = aggregates_.addDetailTotals(dayRuns, monthRuns, tally.detailMicros);
         !details) {

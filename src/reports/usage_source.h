@@ -80,7 +80,7 @@ class UsageSource {
  private:
   Result<std::optional<DaySummary>> summaryOfStoredDay(const std::string& dayKey);
   // Without `details`, totals at TotalsLevel::site leave details out altogether (no detail
-  // figures, rows of kept days per application and host).
+  // figures, rows of kept days per application and host). TotalsLevel::app never has details.
   Result<UsageTally> tallyAt(const DateInterval& interval, std::span<const Segment> extra,
                              bool withDays, TotalsLevel level,
                              std::optional<std::string_view> bundleOnly, bool details = true);

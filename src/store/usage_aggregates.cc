@@ -500,6 +500,7 @@ Result<std::vector<ContextTotal>> UsageAggregates::contextTotals(
   // Totals per id first (integers only), then one lookup of each id's texts. Title-level totals
   // are kept per day only: a month is read as the range of its days.
   const bool titles = level == TotalsLevel::context;
+  const bool apps = level == TotalsLevel::app;  // site totals added up per application
   const char* id = titles ? "ctx" : level == TotalsLevel::appDetail ? "app" : "site";
   const char* names = titles                            ? "usage_context"
                       : level == TotalsLevel::appDetail ? "usage_app"
@@ -528,12 +529,15 @@ Result<std::vector<ContextTotal>> UsageAggregates::contextTotals(
   const std::string columns = titles ? "c.bundle_id, c.app_name, c.host_k, c.title_k, c.tool_k"
                               : level == TotalsLevel::appDetail
                                   ? "c.bundle_id, c.app_name, c.host_k, c.detail_k, ''"
-                                  : "c.bundle_id, c.app_name, c.host_k, 'N', ''";
+                              : apps ? "c.bundle_id, '', 'N', 'N', ''"
+                                     : "c.bundle_id, c.app_name, c.host_k, 'N', ''";
+  const std::string sums = apps ? ", sum(t.us), sum(t.n)" : ", t.us, t.n";
   Result<sql::Statement> statement =
-      db_.prepare("SELECT " + columns +
-                  ", t.us, t.n FROM (SELECT id, sum(us) AS us, sum(n) AS n "
+      db_.prepare("SELECT " + columns + sums +
+                  " FROM (SELECT id, sum(us) AS us, sum(n) AS n "
                   "FROM (" +
-                  parts + ") GROUP BY id) t JOIN " + names + " c ON c.id = t.id");
+                  parts + ") GROUP BY id) t JOIN " + names + " c ON c.id = t.id" +
+                  (apps ? " GROUP BY c.bundle_id" : ""));
   if (!statement) return Error{statement.error()};
   int index = 1;
   for (const KeyRange& range : ranges) {

@@ -85,6 +85,7 @@ enum class TotalsLevel {
   context,    // every recorded context, titles and tools included
   appDetail,  // application, host and detail (`titleless`, with `detail`)
   site,       // application and host only (`titleless`, no `detail`)
+  app,        // application only (`titleless`, bundle id only: no app name, host or detail)
 };
 
 class UsageAggregates {

@@ -75,11 +75,18 @@ void expectSameTotals(const DayRows& day) {
   EXPECT_EQ(keyed(day.contexts()), keyed(contexts));
   EXPECT_EQ(keyed(day.siteContexts()), keyed(UsageRollup::titleless(contexts, false)));
   EXPECT_EQ(keyed(day.titlelessContexts()), keyed(UsageRollup::titleless(contexts, true)));
+  std::map<std::string, std::pair<Micros, std::int64_t>> apps;
+  for (const ContextTotal& total : contexts) {
+    apps[total.context.bundleId + "||-|-|-|t"].first += total.micros;
+    apps[total.context.bundleId + "||-|-|-|t"].second += total.count;
+  }
+  EXPECT_EQ(keyed(day.appContexts()), apps);
   for (size_t c = 0; c < day.contexts().size(); ++c) {
     const StoredContext& context = day.contexts()[c].context;
     const StoredContext& site = day.siteContexts()[day.siteOfContexts()[c]].context;
     EXPECT_EQ(site.bundleId, context.bundleId);
     EXPECT_EQ(site.host, context.host);
+    EXPECT_EQ(day.appContexts()[day.appOfContexts()[c]].context.bundleId, context.bundleId);
     const ContextTotal& titleless = day.titlelessContexts()[day.titlelessOfContexts()[c]];
     EXPECT_EQ(titleless.context.appName, context.appName);
     EXPECT_EQ(day.offComputer(static_cast<std::uint32_t>(c)),
@@ -132,6 +139,7 @@ TEST(DayRows, TotalsKeptThroughMergesEqualTotalsMadeAnew) {
     (void)day.contexts();
     (void)day.titlelessContexts();
     (void)day.siteContexts();
+    (void)day.appContexts();
     DayRows copy = day;
     day.merge(c.later, 9);
     expectSameTotals(day);
