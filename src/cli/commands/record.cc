@@ -60,6 +60,10 @@ int record(const Invocation& invocation) {
   // limit as pages are freed), and memory freed after a burst of work goes back to the system.
   constexpr sqlite3_int64 kSqliteHeapBytes = 512 << 10;
   sqlite3_soft_heap_limit64(kSqliteHeapBytes);
+  // The lists a refresh builds and drops (a day's totals, a few hundred kB) get pages of their
+  // own that go back when freed, rather than leaving holes in the heap; a fixed threshold also
+  // stops glibc from raising it after the first such free.
+  mallopt(M_MMAP_THRESHOLD, 64 << 10);
   platform::LinuxDesktop desktop;
   platform::EventLoop& loop = desktop.loop();
   platform::SignalWatch interrupt(loop, SIGINT, [&loop] { loop.exit(); });
