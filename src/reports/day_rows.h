@@ -51,8 +51,8 @@ class DayRows {
   // Different for every distinct set of rows (a new one when rows are merged in).
   std::uint64_t serial() const { return serial_; }
 
-  // Totals per context of all rows, off the computer included, in order of first appearance;
-  // made on first use and then kept up to date.
+  // Totals per context of all rows, off the computer included, in the order their first rows
+  // came in; made on first use and then kept up to date.
   const std::vector<ContextTotal>& contexts() const;
   // The same per application, host and detail (see UsageRollup::titleless), and for each of
   // contexts() the index of its totals there.
