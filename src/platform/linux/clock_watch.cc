@@ -12,6 +12,7 @@
 
 #include "base/files.h"
 #include "base/log.h"
+#include "platform/linux/inotify_events.h"
 
 namespace velto::platform {
 
@@ -67,20 +68,12 @@ void ClockWatch::timerReadable() {
 }
 
 void ClockWatch::inotifyReadable() {
-  alignas(inotify_event) char buffer[4096];
   bool zoneChanged = false;
-  for (;;) {
-    const ssize_t length = ::read(inotifyFd_, buffer, sizeof buffer);
-    if (length <= 0) break;
-    for (ssize_t at = 0; at < length;) {
-      const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
-      if (event->len > 0) {
-        const std::string_view name(event->name, strnlen(event->name, event->len));
-        if (name == "localtime" || name == "timezone") zoneChanged = true;
-      }
-      at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-    }
-  }
+  drainInotify(inotifyFd_, [&](const inotify_event& event) {
+    if (event.len == 0) return;
+    const std::string_view name(event.name, strnlen(event.name, event.len));
+    if (name == "localtime" || name == "timezone") zoneChanged = true;
+  });
   if (zoneChanged && signal_) signal_(SessionSignal::timeZoneChanged);
 }
 

@@ -9,6 +9,7 @@
 
 #include "base/files.h"
 #include "base/log.h"
+#include "platform/linux/inotify_events.h"
 
 namespace velto::platform {
 
@@ -41,17 +42,10 @@ bool FolderWatch::add(const std::filesystem::path& folder) {
 }
 
 void FolderWatch::readable() {
-  alignas(inotify_event) char buffer[4096];
   std::set<int> touched;
-  for (;;) {
-    const ssize_t length = ::read(fd_, buffer, sizeof buffer);
-    if (length <= 0) break;
-    for (ssize_t at = 0; at < length;) {
-      const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
-      if ((event->mask & IN_IGNORED) == 0) touched.insert(event->wd);
-      at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-    }
-  }
+  drainInotify(fd_, [&](const inotify_event& event) {
+    if ((event.mask & IN_IGNORED) == 0) touched.insert(event.wd);
+  });
   // Copied first: the handler may add folders.
   std::vector<std::filesystem::path> changed;
   for (int descriptor : touched) {
