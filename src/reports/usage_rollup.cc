@@ -14,23 +14,23 @@
 
 namespace velto {
 
-size_t StoredContextHash::operator()(const StoredContext& c) const {
-  size_t h = std::hash<std::string>{}(c.bundleId);
-  auto mix = [&h](const std::optional<std::string>& text) {
-    h = h * 1'000'003 ^ (text ? std::hash<std::string>{}(*text) + 1 : 0);
-  };
-  h = h * 1'000'003 ^ std::hash<std::string>{}(c.appName);
-  mix(c.host);
-  mix(c.windowTitle);
-  mix(c.toolName);
-  return h;
-}
-
 namespace {
 
 constexpr Micros kBlockGapUs = 60'000'000;
 
-using ContextHash = StoredContextHash;
+struct ContextHash {
+  size_t operator()(const StoredContext& c) const {
+    size_t h = std::hash<std::string>{}(c.bundleId);
+    auto mix = [&h](const std::optional<std::string>& text) {
+      h = h * 1'000'003 ^ (text ? std::hash<std::string>{}(*text) + 1 : 0);
+    };
+    h = h * 1'000'003 ^ std::hash<std::string>{}(c.appName);
+    mix(c.host);
+    mix(c.windowTitle);
+    mix(c.toolName);
+    return h;
+  }
+};
 
 template <typename Row, typename Key>
 void sortLargestFirst(std::vector<Row>& rows, Key key) {

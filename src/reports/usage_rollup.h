@@ -57,13 +57,10 @@ struct ActivityShape {
   bool operator==(const ActivityShape&) const = default;
 };
 
-// One bar of the timeline strip: rows of one application and label with gaps of at most 60 s.
+// Time at the computer per category id (see UsageRollup::categoryMicros).
 using CategoryMicros = std::unordered_map<std::string_view, Micros>;
 
-struct StoredContextHash {
-  size_t operator()(const StoredContext& context) const;
-};
-
+// One bar of the timeline strip: rows of one application and label with gaps of at most 60 s.
 struct TimelineBlock {
   std::string kind = "app";
   Instant startedAt;
