@@ -101,8 +101,9 @@ class DayRows {
   struct ContextKeyHash {
     size_t operator()(const ContextKey& key) const;
   };
-  // Context indexes by key while rows are added (dropped afterwards: a map per day costs more
-  // than the few scans of a later merge).
+  // Context indexes by key while rows are added: built for each read or merge from every
+  // context and dropped afterwards, since kept for the life of the day it would take more memory
+  // than the day's rows. The string pool's lookup table is handled the same way (compact()).
   using ContextIndex = std::unordered_map<ContextKey, std::uint32_t, ContextKeyHash>;
 
   // Adds one row at the end; rows_ may be out of start order afterwards.
