@@ -4,6 +4,7 @@
 
 #include "categories/category_catalog.h"
 #include "categories/text_case.h"
+#include "context/app_identity.h"
 
 namespace velto {
 
@@ -132,6 +133,16 @@ std::string_view CategoryResolver::category(std::string_view bundleId,
     return rule->second;
   }
   if (auto builtIn = seed_->appCategory(buffers.bundle)) return rawValue(*builtIn);
+  // The same application under another of its names ("debian-xterm" is "xterm").
+  const std::vector<std::string>& keys = cachedCatalogKeys(bundleId);
+  for (const std::string& key : keys) {
+    if (auto rule = appRules_.find(std::string_view(key)); rule != appRules_.end()) {
+      return rule->second;
+    }
+  }
+  for (const std::string& key : keys) {
+    if (auto builtIn = seed_->appCategory(key)) return rawValue(*builtIn);
+  }
   return otherRaw();
 }
 

@@ -4,6 +4,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "context/app_identity.h"
 #include "context/browser_catalog.h"
 
 namespace velto {
@@ -172,6 +173,8 @@ constexpr Entry kEntries[] = {
     {"libreoffice-calc", F::document, S::leading},
     {"libreoffice-impress", F::document, S::leading},
     {"libreoffice-draw", F::document, S::leading},
+    {"onlyoffice-desktopeditors", F::document, S::leading},
+    {"org.onlyoffice.desktopeditors", F::document, S::leading},
     {"org.libreoffice.LibreOffice", F::document, S::leading},
     {"org.gnome.TextEditor", F::document, S::leading},
     {"org.gnome.gedit", F::document, S::leading},
@@ -239,18 +242,17 @@ constexpr std::string_view kNeverTracked[] = {
     "xfce-polkit",
 };
 
-const std::unordered_map<std::string_view, const Entry*>& byIdentifier() {
-  static const auto* const map = [] {
-    auto* made = new std::unordered_map<std::string_view, const Entry*>();
-    for (const Entry& entry : kEntries) (*made)[entry.bundleIdentifier] = &entry;
+const AliasIndex<const Entry*>& entryIndex() {
+  static const auto* const index = [] {
+    auto* made = new AliasIndex<const Entry*>();
+    for (const Entry& entry : kEntries) made->add(entry.bundleIdentifier, &entry);
     return made;
   }();
-  return *map;
+  return *index;
 }
 
-const Entry* find(std::string_view bundleId) {
-  auto found = byIdentifier().find(bundleId);
-  return found == byIdentifier().end() ? nullptr : found->second;
+const Entry* find(std::string_view bundleId, std::span<const std::string> aliases) {
+  return entryIndex().find(bundleId, aliases).value_or(nullptr);
 }
 
 }  // namespace
@@ -259,25 +261,30 @@ std::span<const Entry> AppCatalog::entries() {
   return kEntries;
 }
 
-std::optional<AppFamily> AppCatalog::family(std::string_view bundleId) {
-  if (BrowserCatalog::isBrowser(bundleId)) return AppFamily::browser;
-  if (const Entry* entry = find(bundleId)) return entry->family;
+std::optional<AppFamily> AppCatalog::family(std::string_view bundleId,
+                                            std::span<const std::string> aliases) {
+  if (BrowserCatalog::isBrowser(bundleId, aliases)) return AppFamily::browser;
+  if (const Entry* entry = find(bundleId, aliases)) return entry->family;
   return std::nullopt;
 }
 
-std::optional<TitleStrategy> AppCatalog::strategy(std::string_view bundleId) {
-  if (const Entry* entry = find(bundleId)) return entry->strategy;
+std::optional<TitleStrategy> AppCatalog::strategy(std::string_view bundleId,
+                                                  std::span<const std::string> aliases) {
+  if (const Entry* entry = find(bundleId, aliases)) return entry->strategy;
   return std::nullopt;
 }
 
-bool AppCatalog::isTerminal(std::string_view bundleId) {
-  return family(bundleId) == AppFamily::terminal;
+bool AppCatalog::isTerminal(std::string_view bundleId, std::span<const std::string> aliases) {
+  return family(bundleId, aliases) == AppFamily::terminal;
 }
 
-bool AppCatalog::isNeverTracked(std::string_view bundleId) {
-  static const std::unordered_set<std::string_view> set(std::begin(kNeverTracked),
-                                                        std::end(kNeverTracked));
-  return set.contains(bundleId);
+bool AppCatalog::isNeverTracked(std::string_view bundleId, std::span<const std::string> aliases) {
+  static const auto* const index = [] {
+    auto* made = new AliasIndex<bool>();
+    for (std::string_view id : kNeverTracked) made->add(id, true);
+    return made;
+  }();
+  return index->find(bundleId, aliases).has_value();
 }
 
 }  // namespace velto

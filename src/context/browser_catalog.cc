@@ -4,6 +4,8 @@
 #include <string>
 #include <unordered_map>
 
+#include "context/app_identity.h"
+
 namespace velto {
 
 namespace {
@@ -94,14 +96,14 @@ std::span<const Entry> BrowserCatalog::entries() {
   return kEntries;
 }
 
-const Entry* BrowserCatalog::entry(std::string_view bundleId) {
-  static const auto* const byId = [] {
-    auto* map = new std::unordered_map<std::string_view, const Entry*>();
-    for (const Entry& entry : kEntries) (*map)[entry.bundleIdentifier] = &entry;
-    return map;
+const Entry* BrowserCatalog::entry(std::string_view bundleId,
+                                   std::span<const std::string> aliases) {
+  static const auto* const index = [] {
+    auto* made = new AliasIndex<const Entry*>();
+    for (const Entry& entry : kEntries) made->add(entry.bundleIdentifier, &entry);
+    return made;
   }();
-  auto found = byId->find(bundleId);
-  return found == byId->end() ? nullptr : found->second;
+  return index->find(bundleId, aliases).value_or(nullptr);
 }
 
 bool BrowserCatalog::usesChromeTerms(const Entry& entry) {

@@ -1,9 +1,12 @@
 // The browsers whose active tab can be read, keyed by bundle identifier (on Linux: the desktop
-// file id or the lower-cased WM_CLASS). The macOS identifiers and the Linux ones share one table.
+// file id or the lower-cased WM_CLASS). The macOS identifiers and the Linux ones share one table;
+// a lookup tries the identifier exactly, then the catalog keys of it and of the window's other
+// names (context/app_identity.h).
 #pragma once
 
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace velto {
@@ -15,9 +18,9 @@ std::string_view rawValue(BrowserFamily family);
 class BrowserCatalog {
  public:
   struct Entry {
-    std::string_view bundleIdentifier;  // compared exactly
-    std::string_view scriptName;        // the application name used in scripts
-    std::string_view displayName;       // shown in settings
+    std::string_view bundleIdentifier;
+    std::string_view scriptName;   // the application name used in scripts
+    std::string_view displayName;  // shown in settings
     BrowserFamily family;
     bool accessibilityFallback;  // read through accessibility when scripting fails
   };
@@ -25,8 +28,10 @@ class BrowserCatalog {
   // Every entry, in catalog order: the 30 macOS browsers first, then the Linux identifiers.
   static std::span<const Entry> entries();
   // The entry for `bundleId`, or null. The pointer stays valid for the life of the process.
-  static const Entry* entry(std::string_view bundleId);
-  static bool isBrowser(std::string_view bundleId) { return entry(bundleId) != nullptr; }
+  static const Entry* entry(std::string_view bundleId, std::span<const std::string> aliases = {});
+  static bool isBrowser(std::string_view bundleId, std::span<const std::string> aliases = {}) {
+    return entry(bundleId, aliases) != nullptr;
+  }
   // True for browsers whose scripting dictionary is Google Chrome's, so that their scripts are
   // compiled against it.
   static bool usesChromeTerms(const Entry& entry);

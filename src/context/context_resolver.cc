@@ -18,7 +18,7 @@ ContextResolver::ContextResolver(const ExclusionStore& exclusions, BrowserTabRea
       detailCaptureEnabled_(std::move(detailCaptureEnabled)) {}
 
 std::optional<ActivityContext> ContextResolver::quickContext(const FrontApp& app) const {
-  if (AppCatalog::isNeverTracked(app.bundleId) || isExcluded(app)) return std::nullopt;
+  if (AppCatalog::isNeverTracked(app.bundleId, app.aliases) || isExcluded(app)) return std::nullopt;
   ActivityContext context;
   context.bundleId = app.bundleId;
   context.appName = app.appName;
@@ -31,7 +31,7 @@ bool ContextResolver::isExcluded(const FrontApp& app) const {
 
 void ContextResolver::resolve(const FrontApp& app, std::optional<std::string> windowTitle,
                               Completion done) {
-  if (AppCatalog::isNeverTracked(app.bundleId)) return done(std::nullopt);
+  if (AppCatalog::isNeverTracked(app.bundleId, app.aliases)) return done(std::nullopt);
   if (isExcluded(app)) return done(Resolution::excluded());
 
   const bool capture = !detailCaptureEnabled_ || detailCaptureEnabled_();
@@ -40,7 +40,7 @@ void ContextResolver::resolve(const FrontApp& app, std::optional<std::string> wi
   context.appName = app.appName;
   context.windowTitle = std::move(windowTitle);
 
-  if (const BrowserCatalog::Entry* browser = BrowserCatalog::entry(app.bundleId)) {
+  if (const BrowserCatalog::Entry* browser = BrowserCatalog::entry(app.bundleId, app.aliases)) {
     const ExclusionList& list = exclusions_.list();
     const bool needed = capture || !list.hosts.empty() || list.skipPrivateWindows;
     if (!needed || browsers_ == nullptr || !browsers_->isEnabled() || !app.processId) {
@@ -56,7 +56,8 @@ void ContextResolver::resolve(const FrontApp& app, std::optional<std::string> wi
     return;
   }
 
-  if (capture && processes_ != nullptr && app.processId && AppCatalog::isTerminal(app.bundleId)) {
+  if (capture && processes_ != nullptr && app.processId &&
+      AppCatalog::isTerminal(app.bundleId, app.aliases)) {
     context.toolName = ForegroundToolProbe(*processes_).tool(*app.processId);
   }
   finish(std::move(context), capture, done);

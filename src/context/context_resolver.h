@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "context/browser_tab.h"
 #include "context/process_table.h"
@@ -20,9 +21,18 @@ class ExclusionStore;
 
 // The application in front, as the platform reports it.
 struct FrontApp {
+  FrontApp() = default;
+  FrontApp(std::string bundleId, std::string appName, std::optional<int> processId,
+           std::vector<std::string> aliases = {})
+      : bundleId(std::move(bundleId)),
+        appName(std::move(appName)),
+        processId(processId),
+        aliases(std::move(aliases)) {}
+
   std::string bundleId;
   std::string appName;
   std::optional<int> processId;
+  std::vector<std::string> aliases;  // the window's other names, for catalog lookups
 
   bool operator==(const FrontApp&) const = default;
 };

@@ -25,10 +25,13 @@ void FrontmostAppTracker::emitCurrent() {
 }
 
 void FrontmostAppTracker::emit(const std::optional<RunningApplication>& application) {
-  std::optional<std::string> bundleId = application ? application->bundleId : std::nullopt;
-  if (lastEmittedBundleId_ && *lastEmittedBundleId_ == bundleId) return;
-  lastEmittedBundleId_ = bundleId;
-  if (handler_) handler_(bundleId ? application : std::nullopt);
+  WindowKey key;
+  if (application && application->bundleId) {
+    key = WindowKey{application->bundleId, application->pid, application->windowId};
+  }
+  if (lastEmitted_ == key) return;
+  lastEmitted_ = key;
+  if (handler_) handler_(key.bundleId ? application : std::nullopt);
 }
 
 }  // namespace velto

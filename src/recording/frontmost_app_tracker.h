@@ -1,10 +1,13 @@
-// Reports the application in front, once per change of bundle identifier: from the desktop's
-// activation events, and from a poll every 5 s that catches missed ones. A second window or a
-// relaunch of the same application is not reported again.
+// Reports the window in front, once per change: from the desktop's activation events, and from
+// a poll every 5 s that catches missed ones. A change is another application, or another window
+// (window id or process) of the same one: on Linux many applications run each window as its own
+// process, so following the application alone would leave titles, tools and tabs on the window
+// the user left.
 //
 // Thread: main thread.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -24,8 +27,8 @@ class FrontmostAppTracker {
   void setHandler(Handler handler) { handler_ = std::move(handler); }
   void start();
   void stop();
-  // Reports `application` unless its bundle identifier equals the last one reported (two nones
-  // count as equal).
+  // Reports `application` unless it is the window last reported: same bundle identifier, process
+  // and window id (two nones count as equal).
   void emit(const std::optional<RunningApplication>& application);
   // Reports the current front application (subject to the same de-duplication).
   void emitCurrent();
@@ -35,7 +38,13 @@ class FrontmostAppTracker {
   Scheduler& scheduler_;
   Handler handler_;
   Timer pollingTimer_;
-  std::optional<std::optional<std::string>> lastEmittedBundleId_;  // outer none: nothing yet
+  struct WindowKey {
+    std::optional<std::string> bundleId;
+    int pid = 0;
+    std::uint64_t windowId = 0;
+    bool operator==(const WindowKey&) const = default;
+  };
+  std::optional<WindowKey> lastEmitted_;  // none: nothing reported yet
 };
 
 }  // namespace velto

@@ -5,7 +5,7 @@
 #include <set>
 #include <string>
 
-#include "context/unicode_text.h"
+#include "context/app_identity.h"
 
 namespace velto {
 
@@ -21,10 +21,14 @@ constexpr std::array<std::string_view, 14> kMeetingApplications = {
 
 }  // namespace
 
-bool MediaPresenceProbe::isMeetingApplication(std::string_view bundleId) {
-  const std::string id = text::lowerCased(bundleId);
-  return std::any_of(kMeetingApplications.begin(), kMeetingApplications.end(),
-                     [&](std::string_view meeting) { return text::lowerCased(meeting) == id; });
+bool MediaPresenceProbe::isMeetingApplication(std::string_view bundleId,
+                                              std::span<const std::string> aliases) {
+  static const auto* const index = [] {
+    auto* made = new AliasIndex<bool>();
+    for (std::string_view id : kMeetingApplications) made->add(id, true);
+    return made;
+  }();
+  return index->find(bundleId, aliases).has_value();
 }
 
 bool MediaPresenceProbe::isDisplaySleepHold(std::string_view assertionType) {
@@ -36,7 +40,8 @@ bool MediaPresenceProbe::isPresent(const std::optional<RunningApplication>& fron
   std::set<int> candidates;
   if (front) candidates.insert(front->pid);
   for (const RunningApplication& running : source_.runningApplications()) {
-    if (running.bundleId && isMeetingApplication(*running.bundleId)) candidates.insert(running.pid);
+    if (running.bundleId && isMeetingApplication(*running.bundleId, running.aliases))
+      candidates.insert(running.pid);
   }
   for (int pid : candidates) {
     const std::optional<std::vector<std::string>> types = source_.assertionTypes(pid);

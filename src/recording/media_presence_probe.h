@@ -3,6 +3,8 @@
 #pragma once
 
 #include <optional>
+#include <span>
+#include <string>
 #include <string_view>
 
 #include "recording/platform_sources.h"
@@ -16,7 +18,8 @@ class MediaPresenceProbe {
 
   virtual bool isPresent(const std::optional<RunningApplication>& front);
 
-  static bool isMeetingApplication(std::string_view bundleId);
+  static bool isMeetingApplication(std::string_view bundleId,
+                                   std::span<const std::string> aliases = {});
   static bool isDisplaySleepHold(std::string_view assertionType);
 
  private:

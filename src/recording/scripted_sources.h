@@ -4,6 +4,7 @@
 // Thread: main thread, like the real sources.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
@@ -35,39 +36,55 @@ class ScriptedFrontmostApp final : public FrontmostAppSource {
   std::function<void(const std::optional<RunningApplication>&)> handler_;
 };
 
+// Titles by window: a window with an id is known by it, one without by its process.
 class ScriptedWindowTitles final : public WindowTitleSource {
  public:
-  bool observe(int pid, std::function<void()> onChange) override {
-    observedPid_ = pid;
+  bool observe(const RunningApplication& window, std::function<void()> onChange) override {
+    observed_ = keyOf(window);
+    observedPid_ = window.pid;
     onChange_ = std::move(onChange);
     ++observeCalls;
     return true;
   }
   void stop() override {
+    observed_.reset();
     observedPid_.reset();
     onChange_ = nullptr;
   }
-  std::optional<std::string> focusedWindowTitle(int pid) override {
+  std::optional<std::string> focusedWindowTitle(const RunningApplication& window) override {
     ++titleReads;
-    auto found = titles_.find(pid);
+    auto found = titles_.find(keyOf(window));
     if (found == titles_.end()) return std::nullopt;
     return found->second;
   }
-  // Sets `pid`'s focused window title, announcing it when that process is observed.
-  void setTitle(int pid, std::optional<std::string> title) {
-    if (title) {
-      titles_[pid] = *title;
-    } else {
-      titles_.erase(pid);
-    }
-    if (observedPid_ == pid && onChange_) onChange_();
+  // Sets the title of `pid`'s window (one without a window id), announcing it when that window
+  // is observed.
+  void setTitle(int pid, std::optional<std::string> title) { set({false, pid}, std::move(title)); }
+  // Sets the title of the window `windowId`, announcing it when that window is observed.
+  void setWindowTitle(std::uint64_t windowId, std::optional<std::string> title) {
+    set({true, windowId}, std::move(title));
   }
   std::optional<int> observedPid() const { return observedPid_; }
   int observeCalls = 0;
-  int titleReads = 0;  // one per enrichment of a process with a window
+  int titleReads = 0;  // one per enrichment of a window
 
  private:
-  std::map<int, std::string> titles_;
+  using Key = std::pair<bool, std::uint64_t>;  // {has a window id, the id or the pid}
+  static Key keyOf(const RunningApplication& window) {
+    if (window.windowId != 0) return {true, window.windowId};
+    return {false, static_cast<std::uint64_t>(window.pid)};
+  }
+  void set(Key key, std::optional<std::string> title) {
+    if (title) {
+      titles_[key] = *title;
+    } else {
+      titles_.erase(key);
+    }
+    if (observed_ == key && onChange_) onChange_();
+  }
+
+  std::map<Key, std::string> titles_;
+  std::optional<Key> observed_;
   std::optional<int> observedPid_;
   std::function<void()> onChange_;
 };

@@ -53,6 +53,14 @@ void SegmentRecorder::observe(const std::optional<ActivityContext>& context, Ins
   open(*context, at);
 }
 
+void SegmentRecorder::switchWindow(const std::optional<ActivityContext>& context, Instant at) {
+  if (!context || isSuspended() || !open_) return observe(context, at);
+  latestContext_ = context;
+  lastSeen_ = at;
+  close(at, SegmentEndReason::focusChange);
+  open(*context, at);
+}
+
 void SegmentRecorder::refine(const ActivityContext& context, Instant at) {
   if (isSuspended()) return;
   if (!open_ || open_->context.bundleId != context.bundleId) {

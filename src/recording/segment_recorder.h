@@ -35,7 +35,11 @@ class SegmentRecorder {
 
   // The thing in front is now `context`; none means nothing recordable is in front.
   void observe(const std::optional<ActivityContext>& context, Instant at);
-  // A richer context for the application already in front was worked out after the fact.
+  // Another window came to the front (of another application or of the same one): the open
+  // segment always ends here with "focusChange", even when the new window's context equals it,
+  // so a different window is never a refinement of the one the user left.
+  void switchWindow(const std::optional<ActivityContext>& context, Instant at);
+  // A richer context for the window already in front was worked out after the fact.
   void refine(const ActivityContext& context, Instant at);
   // The user just switched applications, which proves the computer is awake and unlocked.
   void clearStaleSuspensions(const std::optional<ActivityContext>& context, Instant at);

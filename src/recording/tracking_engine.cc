@@ -32,7 +32,14 @@ void TrackingEngine::changed() {
 
 std::optional<FrontApp> TrackingEngine::frontApp() const {
   if (!currentFront_ || !currentFront_->bundleId) return std::nullopt;
-  return FrontApp{*currentFront_->bundleId, currentFront_->appName, currentFront_->pid};
+  return FrontApp{*currentFront_->bundleId, currentFront_->appName, currentFront_->pid,
+                  currentFront_->aliases};
+}
+
+bool TrackingEngine::isSameWindow(const std::optional<RunningApplication>& a,
+                                  const std::optional<RunningApplication>& b) {
+  if (!a || !b) return a.has_value() == b.has_value();
+  return a->bundleId == b->bundleId && a->pid == b->pid && a->windowId == b->windowId;
 }
 
 std::optional<ActivityContext> TrackingEngine::quickContext() const {
@@ -111,6 +118,7 @@ void TrackingEngine::stop() {
 
 void TrackingEngine::handleFront(const std::optional<RunningApplication>& application) {
   if (isPaused_) return;
+  const bool otherWindow = !isSameWindow(currentFront_, application);
   currentFront_ = application;
   const Instant now = env_.clock.now();
   const std::optional<FrontApp> app = frontApp();
@@ -126,11 +134,16 @@ void TrackingEngine::handleFront(const std::optional<RunningApplication>& applic
   } else if (isExcludedNow_) {
     recorder_.clearStaleSuspensions(std::nullopt, now);
   }
-  recorder_.observe(quick, now);
+  if (otherWindow) {
+    recorder_.switchWindow(quick, now);
+  } else {
+    recorder_.observe(quick, now);
+  }
 
   if (app) {
-    if (app->processId) observeTitles(*app->processId);
-    if (BrowserCatalog::isBrowser(app->bundleId) || AppCatalog::isTerminal(app->bundleId)) {
+    observeTitles(*currentFront_);
+    if (BrowserCatalog::isBrowser(app->bundleId, app->aliases) ||
+        AppCatalog::isTerminal(app->bundleId, app->aliases)) {
       if (!detailRefreshTimer_.isActive()) {
         detailRefreshTimer_ =
             env_.scheduler.repeating(kDetailRefreshSeconds, 2, [this] { enrich(); });
@@ -157,8 +170,7 @@ void TrackingEngine::enrich() {
   const std::optional<FrontApp> app = frontApp();
   if (!app) return;
   const std::uint64_t generation = enrichGeneration_;
-  std::optional<std::string> title;
-  if (app->processId) title = env_.titles.focusedWindowTitle(*app->processId);
+  std::optional<std::string> title = env_.titles.focusedWindowTitle(*currentFront_);
   std::weak_ptr<bool> alive = alive_;
   env_.resolver.resolve(
       *app, std::move(title),
@@ -181,21 +193,21 @@ void TrackingEngine::refreshWithDebounce() {
   pendingRefresh_ = env_.scheduler.after(kTitleDebounceSeconds, [this] { enrich(); });
 }
 
-void TrackingEngine::observeTitles(int pid) {
-  if (observedPid_ == pid) return;
+void TrackingEngine::observeTitles(const RunningApplication& window) {
+  if (observedWindow_ && isSameWindow(*observedWindow_, window)) return;
   stopTitles();
   std::weak_ptr<bool> alive = alive_;
-  if (env_.titles.observe(pid, [this, alive] {
+  if (env_.titles.observe(window, [this, alive] {
         if (!alive.expired()) refreshWithDebounce();
       })) {
-    observedPid_ = pid;
+    observedWindow_ = window;
   }
 }
 
 void TrackingEngine::stopTitles() {
-  if (!observedPid_) return;
+  if (!observedWindow_) return;
   env_.titles.stop();
-  observedPid_.reset();
+  observedWindow_.reset();
 }
 
 void TrackingEngine::setPaused(bool paused) {

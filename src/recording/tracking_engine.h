@@ -95,7 +95,10 @@ class TrackingEngine {
   void cancelEnrichment();
   void decideGap(const AwayGap& gap);
   void scheduleResume();
-  void observeTitles(int pid);
+  void observeTitles(const RunningApplication& window);
+  // One window: same application, process and window id (two nones are the same).
+  static bool isSameWindow(const std::optional<RunningApplication>& a,
+                           const std::optional<RunningApplication>& b);
   void stopTitles();
   void changed();
 
@@ -107,7 +110,7 @@ class TrackingEngine {
   IdleMonitor idleMonitor_;
 
   std::optional<RunningApplication> currentFront_;
-  std::optional<int> observedPid_;
+  std::optional<RunningApplication> observedWindow_;
   bool isPaused_ = false;
   bool isExcludedNow_ = false;
   bool running_ = false;

@@ -85,7 +85,9 @@ TEST(BrowserCatalogTest, TableIsConsistent) {
                             "microsoft-edge", "vivaldi-stable", "opera", "librewolf"}) {
     EXPECT_TRUE(BrowserCatalog::isBrowser(linux)) << linux;
   }
-  EXPECT_FALSE(BrowserCatalog::isBrowser("Firefox"));  // identifiers are compared exactly
+  // Case and packaging do not make another application.
+  EXPECT_TRUE(BrowserCatalog::isBrowser("Firefox"));
+  EXPECT_FALSE(BrowserCatalog::isBrowser("firefox-profile-manager"));
 }
 
 TEST(BrowserScriptsTest, ScriptsAreWrappedPerFamily) {
@@ -127,6 +129,7 @@ TEST(BrowserScriptsTest, ParsesOneLinePerWindow) {
   EXPECT_EQ(tabs, (std::vector<BrowserTab>{{"Pull requests", "https://github.com/pulls", false},
                                            {"Secret", "https://example.com/", true},
                                            {"Tab", "with\ttabs\thttps://x.org", false}}));
+  ASSERT_FALSE(tabs.empty());
   EXPECT_EQ(frontTabFromScriptOutput(chromium, BrowserFamily::chromium), tabs.front());
 
   // Safari lines have no mode, and a unit separator is part of the address.

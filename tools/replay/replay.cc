@@ -110,8 +110,12 @@ class Session {
     if (name == "end") return;
     if (name == "front") return activate(event);
     if (name == "title") {
-      if (!frontPid_) throw LineError{"no application in front"};
-      titles_.setTitle(*frontPid_, text(event, "title"));
+      if (!frontWindow_) throw LineError{"no application in front"};
+      if (frontWindow_->windowId != 0) {
+        titles_.setWindowTitle(frontWindow_->windowId, text(event, "title"));
+      } else {
+        titles_.setTitle(frontWindow_->pid, text(event, "title"));
+      }
       return;
     }
     if (name == "tab") {
@@ -189,13 +193,22 @@ class Session {
     if (!bundle.is_null() && !bundle.is_string())
       throw LineError{"\"bundleId\" must be text or null"};
     const int pid = integer(event, "pid", 0);
+    const int window = integer(event, "window", 0);
+    if (window < 0) throw LineError{"\"window\" must not be negative"};
     RunningApplication application{
         bundle.is_null() ? std::nullopt : std::optional(bundle.get<std::string>()),
-        optionalText(event, "appName").value_or(""), pid};
+        optionalText(event, "appName").value_or(""),
+        pid,
+        static_cast<std::uint64_t>(window),
+        {}};
+    frontWindow_ = application;
     if (std::optional<std::string> title = optionalText(event, "title")) {
-      titles_.setTitle(pid, *title);
+      if (window != 0) {
+        titles_.setWindowTitle(static_cast<std::uint64_t>(window), *title);
+      } else {
+        titles_.setTitle(pid, *title);
+      }
     }
-    frontPid_ = pid;
     front_.activate(application);
   }
 
@@ -264,7 +277,7 @@ class Session {
   ScriptedSessionEvents session_;
   ScriptedTabReader tabs_;
   ScriptedProcessTable processes_;
-  std::optional<int> frontPid_;
+  std::optional<RunningApplication> frontWindow_;
   std::ostream& output_;
   std::unique_ptr<ServiceSet> services_;
 };

@@ -10,18 +10,6 @@ namespace velto::platform {
 
 namespace {
 
-std::string lower(std::string_view text) {
-  std::string out(text);
-  for (char& c : out) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return out;
-}
-
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-  return !a.empty() && lower(a) == lower(b);
-}
-
 std::string_view trim(std::string_view text) {
   while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
   while (!text.empty() && (text.back() == ' ' || text.back() == '\t' || text.back() == '\r')) {
@@ -130,30 +118,8 @@ DesktopEntryIndex DesktopEntryIndex::load(const std::vector<std::filesystem::pat
   return DesktopEntryIndex(std::move(entries));
 }
 
-const DesktopEntry* DesktopEntryIndex::match(std::string_view instance,
-                                             std::string_view windowClass) const {
-  for (const DesktopEntry& entry : entries_) {
-    if (equalsIgnoringCase(entry.startupWmClass, windowClass) ||
-        equalsIgnoringCase(entry.startupWmClass, instance)) {
-      return &entry;
-    }
-  }
-  for (const DesktopEntry& entry : entries_) {
-    if (equalsIgnoringCase(entry.id, windowClass) || equalsIgnoringCase(entry.id, instance)) {
-      return &entry;
-    }
-  }
-  return nullptr;
-}
-
-RunningApplication DesktopEntryIndex::identify(std::string_view instance,
-                                               std::string_view windowClass, int pid) const {
-  if (const DesktopEntry* entry = match(instance, windowClass)) {
-    return RunningApplication{entry->id, entry->name, pid};
-  }
-  const std::string_view name = windowClass.empty() ? instance : windowClass;
-  if (name.empty()) return RunningApplication{std::nullopt, {}, pid};
-  return RunningApplication{lower(name), std::string(name), pid};
+RunningApplication DesktopEntryIndex::identify(const WindowNames& window, int pid) const {
+  return identifyApplication(entries_, window, pid);
 }
 
 }  // namespace velto::platform

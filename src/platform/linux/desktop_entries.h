@@ -1,8 +1,5 @@
-// Application identity on X11: the desktop entry that belongs to a window's WM_CLASS.
-//
-// bundleId is the desktop-file id without ".desktop" when an entry matches the window (its
-// StartupWMClass, else its file name, equals the class or the instance, ignoring case), else
-// the class lower-cased; appName is the entry's Name, else the class.
+// The installed desktop entries, read from the XDG application folders; which entry belongs to
+// a window, and the id that gives it, is context/app_identity's rule.
 //
 // Thread: any; an index is not shared between threads.
 #pragma once
@@ -15,15 +12,12 @@
 #include <utility>
 #include <vector>
 
+#include "context/app_identity.h"
 #include "recording/platform_sources.h"
 
 namespace velto::platform {
 
-struct DesktopEntry {
-  std::string id;              // "org.gnome.Terminal" (file id without ".desktop")
-  std::string name;            // Name= of [Desktop Entry], unlocalised
-  std::string startupWmClass;  // StartupWMClass=, may be empty
-};
+using velto::DesktopEntry;
 
 // The [Desktop Entry] group of a desktop file; none when it has no such group, no Name or is
 // not of Type=Application.
@@ -47,9 +41,7 @@ class DesktopEntryIndex {
   // Reads every *.desktop file below `folders`; unreadable files are skipped.
   static DesktopEntryIndex load(const std::vector<std::filesystem::path>& folders);
 
-  const DesktopEntry* match(std::string_view instance, std::string_view windowClass) const;
-  RunningApplication identify(std::string_view instance, std::string_view windowClass,
-                              int pid) const;
+  RunningApplication identify(const WindowNames& window, int pid) const;
   size_t size() const { return entries_.size(); }
 
  private:

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <set>
 
 #include "base/log.h"
@@ -38,6 +39,15 @@ std::string latin1ToUtf8(const std::string& bytes) {
 }
 
 constexpr double kDpmsPollSeconds = 10;
+
+// The base name of the process's executable ("xterm"); empty when it cannot be read.
+std::string executableName(int pid) {
+  if (pid <= 0) return {};
+  std::error_code error;
+  const std::filesystem::path exe =
+      std::filesystem::read_symlink("/proc/" + std::to_string(pid) + "/exe", error);
+  return error ? std::string() : exe.filename().string();
+}
 
 }  // namespace
 
@@ -171,8 +181,12 @@ std::optional<RunningApplication> X11Session::applicationOf(std::uint32_t window
   std::optional<std::pair<std::string, std::string>> names;
   if (wmClass) names = parseWmClass(wmClass->bytes);
   const int pid = pidOf(window);
-  if (!names) return RunningApplication{std::nullopt, {}, pid};
-  return entries_.identify(names->first, names->second, pid);
+  RunningApplication app{std::nullopt, {}, pid, window, {}};
+  if (!names) return app;
+  WindowNames windowNames{names->first, names->second, {}, executableName(pid)};
+  app = entries_.identify(windowNames, pid);
+  app.windowId = window;
+  return app;
 }
 
 void X11Session::refreshActiveWindow(bool notify) {
@@ -188,23 +202,31 @@ void X11Session::refreshActiveWindow(bool notify) {
   }
   active_ = window;
   if (window != 0) {
-    const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
+    // Title changes, and the window going away (closed or unmapped) while it is in front.
+    const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(connection_, window, XCB_CW_EVENT_MASK, &mask);
   }
   xcb_flush(connection_);
   front_ = applicationOf(window);
   lastTitle_ = title(window);
   drainSoon();
-  if (!notify) return;
-  if (activation_) activation_(front_);
-  if (onChange_ && front_ && front_->pid == observedPid_) onChange_();
+  if (notify && activation_) activation_(front_);
+}
+
+void X11Session::activeWindowGone() {
+  // Some window managers leave _NET_ACTIVE_WINDOW on a closed window until the next
+  // activation: nothing is in front until then.
+  active_ = 0;
+  front_.reset();
+  lastTitle_.reset();
+  if (activation_) activation_(std::nullopt);
 }
 
 void X11Session::titleMayHaveChanged() {
   std::optional<std::string> now = title(active_);
   if (now == lastTitle_) return;
   lastTitle_ = std::move(now);
-  if (onChange_ && front_ && front_->pid == observedPid_) onChange_();
+  if (onChange_ && observedWindow_ == active_) onChange_();
 }
 
 void X11Session::drainSoon() {
@@ -220,6 +242,7 @@ void X11Session::drain() {
   if (!connected_) return;
   bool activeChanged = false;
   bool titleChanged = false;
+  bool activeGone = false;
   while (xcb_generic_event_t* raw = xcb_poll_for_event(connection_)) {
     Reply<xcb_generic_event_t> event(raw);
     const std::uint8_t type = event->response_type & 0x7F;
@@ -231,6 +254,12 @@ void X11Session::drain() {
                  (notify->atom == atoms_.netWmName || notify->atom == atoms_.wmName)) {
         titleChanged = true;
       }
+    } else if (type == XCB_DESTROY_NOTIFY) {
+      const auto* notify = reinterpret_cast<const xcb_destroy_notify_event_t*>(raw);
+      activeGone = activeGone || (active_ != 0 && notify->window == active_);
+    } else if (type == XCB_UNMAP_NOTIFY) {
+      const auto* notify = reinterpret_cast<const xcb_unmap_notify_event_t*>(raw);
+      activeGone = activeGone || (active_ != 0 && notify->window == active_);
     } else if (hasScreenSaver_ && type == screenSaverEvent_ + XCB_SCREENSAVER_NOTIFY) {
       const auto* notify = reinterpret_cast<const xcb_screensaver_notify_event_t*>(raw);
       if (sessionSignal_) {
@@ -244,7 +273,12 @@ void X11Session::drain() {
     lost();
     return;
   }
-  if (activeChanged) {
+  if (activeGone) {
+    activeWindowGone();
+    // A new active window reported in the same batch is read now; the closed one is not read
+    // again, since its id stays gone until the property names another window.
+    if (activeChanged) refreshActiveWindow(true);
+  } else if (activeChanged) {
     refreshActiveWindow(true);
   } else if (titleChanged) {
     titleMayHaveChanged();
@@ -284,21 +318,24 @@ void X11Session::setActivationHandler(
   activation_ = std::move(handler);
 }
 
-bool X11Session::observe(int pid, std::function<void()> onChange) {
-  if (!connected_ || pid <= 0) return false;
-  observedPid_ = pid;
+bool X11Session::observe(const RunningApplication& window, std::function<void()> onChange) {
+  if (!connected_) return false;
+  observedWindow_ = window.windowId != 0 ? static_cast<std::uint32_t>(window.windowId) : active_;
   onChange_ = std::move(onChange);
   return true;
 }
 
 void X11Session::stop() {
-  observedPid_ = 0;
+  observedWindow_ = 0;
   onChange_ = nullptr;
 }
 
-std::optional<std::string> X11Session::focusedWindowTitle(int pid) {
-  if (!connected_ || !front_ || front_->pid != pid) return std::nullopt;
-  std::optional<std::string> now = title(active_);
+std::optional<std::string> X11Session::focusedWindowTitle(const RunningApplication& window) {
+  if (!connected_) return std::nullopt;
+  const std::uint32_t id =
+      window.windowId != 0 ? static_cast<std::uint32_t>(window.windowId) : active_;
+  if (id == 0) return std::nullopt;
+  std::optional<std::string> now = title(id);
   drainSoon();
   if (now && now->empty()) return std::nullopt;
   return now;

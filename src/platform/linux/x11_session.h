@@ -3,6 +3,10 @@
 // else WM_NAME), seconds since the last input and screen-saver state (MIT-SCREEN-SAVER), and
 // display sleep (DPMS, polled every 10 s).
 //
+// Every change of active window is an activation, also between windows of one application, and
+// so is the active window being destroyed or unmapped (then with nothing in front). Title
+// changes are followed on the active window, whatever process owns it.
+//
 // Event-driven: the connection's socket wakes the event loop; nothing is polled except DPMS,
 // which has no events. A session without a display (or one that goes away) answers none / 0 and
 // says so through isConnected().
@@ -45,9 +49,9 @@ class X11Session final : public FrontmostAppSource,
   void setActivationHandler(
       std::function<void(const std::optional<RunningApplication>&)> handler) override;
 
-  bool observe(int pid, std::function<void()> onChange) override;
+  bool observe(const RunningApplication& window, std::function<void()> onChange) override;
   void stop() override;
-  std::optional<std::string> focusedWindowTitle(int pid) override;
+  std::optional<std::string> focusedWindowTitle(const RunningApplication& window) override;
 
   double secondsSinceLastInput() override;
 
@@ -66,6 +70,7 @@ class X11Session final : public FrontmostAppSource,
   std::optional<RunningApplication> applicationOf(std::uint32_t window);
   void refreshActiveWindow(bool notify);
   void titleMayHaveChanged();
+  void activeWindowGone();
   void drain();
   void drainSoon();
   void pollDpms();
@@ -89,7 +94,7 @@ class X11Session final : public FrontmostAppSource,
   std::optional<RunningApplication> front_;
   std::optional<std::string> lastTitle_;
   std::function<void(const std::optional<RunningApplication>&)> activation_;
-  int observedPid_ = 0;
+  std::uint32_t observedWindow_ = 0;
   std::function<void()> onChange_;
   bool drainPending_ = false;
   bool displaysAsleep_ = false;
