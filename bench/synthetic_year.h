@@ -127,8 +127,9 @@ inline std::vector<Segment> zipfDays(const Calendar& calendar, Instant end, int 
         row.endedAt = midnight;
         row.seconds = secondsBetween(row.startedAt, midnight);
         row.endReasonRaw = "dayBoundary";
-        rows.push_back(std::move(row));
-        rows.push_back(std::move(after));
+        // Like the recorder, keep no piece shorter than 3 seconds.
+        if (row.seconds >= 3.0) rows.push_back(std::move(row));
+        if (after.seconds >= 3.0) rows.push_back(std::move(after));
         continue;
       }
       rows.push_back(std::move(row));

@@ -104,6 +104,29 @@ Result<std::string> readAll(const std::filesystem::path& path) {
   return out;
 }
 
+std::optional<ReadProblem> readableFileProblem(const std::filesystem::path& path) {
+  auto problemOf = [](int error) {
+    switch (error) {
+      case ENOENT:
+      case ENOTDIR:
+        return ReadProblem::missing;
+      case EACCES:
+      case EPERM:
+        return ReadProblem::denied;
+      default:
+        return ReadProblem::other;
+    }
+  };
+  struct stat info {};
+  if (::stat(path.c_str(), &info) != 0) return problemOf(errno);
+  if (S_ISDIR(info.st_mode)) return ReadProblem::folder;
+  if (!S_ISREG(info.st_mode)) return ReadProblem::notRegularFile;
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) return problemOf(errno);
+  ::close(fd);
+  return std::nullopt;
+}
+
 Status remove(const std::filesystem::path& path) {
   if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
     return errnoError("Could not remove", path, errno);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,6 +20,14 @@ Status writeAtomically(const std::filesystem::path& path, std::string_view bytes
                        unsigned mode = 0600);
 
 Result<std::string> readAll(const std::filesystem::path& path);
+
+// Why a path cannot be read as a file.
+enum class ReadProblem { missing, folder, notRegularFile, denied, other };
+
+// None when `path` (after symbolic links) is a regular file that this process may open for
+// reading. Reads nothing, and never opens what is not a regular file, so a FIFO without a writer
+// is reported rather than waited on.
+std::optional<ReadProblem> readableFileProblem(const std::filesystem::path& path);
 
 // Removes `path`; a missing file counts as success.
 Status remove(const std::filesystem::path& path);

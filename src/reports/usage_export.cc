@@ -1,6 +1,8 @@
 #include "reports/usage_export.h"
 
 #include <charconv>
+#include <cmath>
+#include <ios>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -9,6 +11,8 @@
 #include "base/iso8601.h"
 #include "base/strings.h"
 #include "recording/off_computer.h"
+#include "recording/segment_end_reason.h"
+#include "recording/segment_recorder.h"
 
 namespace velto {
 
@@ -303,23 +307,47 @@ Result<std::int64_t> writeExport(SegmentStore& store, const ExportRequest& reque
 
 namespace {
 
-std::optional<std::string> optionalText(const nlohmann::json& record, const char* key,
-                                        std::string& problem) {
+// Instants a row may hold. Nothing before 1970 can have been recorded: the system clock counts
+// from then, so such a row comes from a typo or a broken file. Rows far in the future would
+// outlive every retention purge (which only removes old rows) and show in no report anyone
+// opens, so a mistyped year such as 9999 is refused too; 2100 leaves room for any real clock.
+constexpr Instant kEarliestRow = Instant(std::chrono::sys_days(std::chrono::year(1970) / 1 / 1));
+constexpr Instant kLatestRow = Instant(std::chrono::sys_days(std::chrono::year(2100) / 1 / 1));
+
+// Exports cut both instants to the whole second while "seconds" keeps its fraction, so on a row
+// the app exported the two differ by less than a second either way.
+constexpr double kSecondsSlack = 1.0;
+
+// "99999", "60.5", "1e+300": the shortest text that reads back as `value`.
+std::string shortNumberText(double value) {
+  char buffer[32];
+  const auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, value);
+  return error == std::errc() ? std::string(buffer, end) : std::string("?");
+}
+
+// Reads the text field `key`: absent, null or empty gives none. Sets `problem` when the value is
+// not text or holds a NUL character, which nothing that records time ever writes.
+std::optional<std::string> textField(const nlohmann::json& record, const char* key,
+                                     std::string_view language, std::string& problem) {
   const auto found = record.find(key);
   if (found == record.end() || found->is_null()) return std::nullopt;
   if (!found->is_string()) {
-    problem = std::string("\"") + key + "\" must be text";
+    problem = i18n::text(language, "import.notText %@", key);
     return std::nullopt;
   }
   std::string text = found->get<std::string>();
+  if (text.find('\0') != std::string::npos) {
+    problem = i18n::text(language, "import.nul %@", key);
+    return std::nullopt;
+  }
   if (text.empty()) return std::nullopt;
   return text;
 }
 
 std::optional<Segment> segmentOf(const nlohmann::json& record, const Calendar& calendar,
-                                 std::string& problem) {
+                                 std::string_view language, std::string& problem) {
   if (!record.is_object()) {
-    problem = "not an object";
+    problem = i18n::text(language, "import.notObject");
     return std::nullopt;
   }
   Segment row;
@@ -330,33 +358,74 @@ std::optional<Segment> segmentOf(const nlohmann::json& record, const Calendar& c
       parsed = parseIso8601(found->get<std::string>());
     }
     if (!parsed) {
-      problem = std::string("\"") + key + "\" is not an ISO 8601 date-time";
+      problem = i18n::text(language, "import.notDateTime %@", key);
+      return std::nullopt;
+    }
+    if (*parsed < kEarliestRow || *parsed > kLatestRow) {
+      problem = i18n::text(language, "import.outsideYears %@", key);
       return std::nullopt;
     }
     (key[0] == 's' ? row.startedAt : row.endedAt) = *parsed;
   }
   if (row.endedAt < row.startedAt) {
-    problem = "\"end\" is before \"start\"";
+    problem = i18n::text(language, "import.endBeforeStart");
     return std::nullopt;
   }
   const auto seconds = record.find("seconds");
   if (seconds == record.end() || !seconds->is_number() || seconds->get<double>() < 0) {
-    problem = "\"seconds\" must be a number of seconds";
+    problem = i18n::text(language, "import.badSeconds");
     return std::nullopt;
   }
   row.seconds = seconds->get<double>();
-  const auto bundle = record.find("bundle_id");
-  if (bundle == record.end() || !bundle->is_string() || bundle->get<std::string>().empty()) {
-    problem = "\"bundle_id\" must be non-empty text";
+  // Totals add up "seconds", so it must be the time between start and end.
+  const double interval = secondsBetween(row.startedAt, row.endedAt);
+  if (std::fabs(row.seconds - interval) > kSecondsSlack) {
+    problem = i18n::text(language, "import.secondsDisagree %@ %@", shortNumberText(row.seconds),
+                         shortNumberText(interval));
     return std::nullopt;
   }
-  row.bundleId = bundle->get<std::string>();
-  row.appName = optionalText(record, "app", problem).value_or(row.bundleId);
-  row.host = optionalText(record, "site", problem);
-  row.windowTitle = optionalText(record, "window_title", problem);
-  row.toolName = optionalText(record, "tool", problem);
-  row.endReasonRaw = optionalText(record, "end_reason", problem).value_or("manual");
+  const auto bundle = record.find("bundle_id");
+  if (bundle == record.end() || !bundle->is_string() || bundle->get<std::string>().empty()) {
+    problem = i18n::text(language, "import.emptyBundleId");
+    return std::nullopt;
+  }
+  std::optional<std::string> bundleId = textField(record, "bundle_id", language, problem);
+  if (!bundleId) return std::nullopt;
+  row.bundleId = std::move(*bundleId);
+  for (auto [key, field] :
+       {std::pair{"site", &row.host}, std::pair{"window_title", &row.windowTitle},
+        std::pair{"tool", &row.toolName}}) {
+    *field = textField(record, key, language, problem);
+    if (!problem.empty()) return std::nullopt;
+  }
+  const std::optional<std::string> app = textField(record, "app", language, problem);
+  const std::optional<std::string> reason = textField(record, "end_reason", language, problem);
   if (!problem.empty()) return std::nullopt;
+  row.appName = app.value_or(row.bundleId);
+  row.endReasonRaw = reason.value_or(std::string(rawValue(SegmentEndReason::manual)));
+  const std::optional<SegmentEndReason> endReason = segmentEndReasonFromRaw(row.endReasonRaw);
+  if (!endReason) {
+    problem = i18n::text(language, "import.badEndReason %@",
+                         nlohmann::json(row.endReasonRaw)
+                             .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+    return std::nullopt;
+  }
+  // The recorder drops shorter stretches. Rows made by hand may be shorter: naming time cuts a
+  // stretch at every midnight, into pieces of any length.
+  if (*endReason != SegmentEndReason::manual &&
+      interval < SegmentRecorder::kMinimumSegmentSeconds) {
+    problem = i18n::text(language, "import.tooShort %@",
+                         shortNumberText(SegmentRecorder::kMinimumSegmentSeconds));
+    return std::nullopt;
+  }
+  // The recorder cuts every stretch at its safety cap, so a longer row would put more time into
+  // its day than any recording could.
+  if (*endReason != SegmentEndReason::manual &&
+      interval > SegmentRecorder::kSafetyCapSeconds + kSecondsSlack) {
+    problem = i18n::text(language, "import.tooLong %@",
+                         shortNumberText(SegmentRecorder::kSafetyCapSeconds / 3600));
+    return std::nullopt;
+  }
   row.id = Uuid::random();
   row.dayKey = calendar.dayKey(row.startedAt);
   return row;
@@ -366,7 +435,8 @@ std::optional<Segment> segmentOf(const nlohmann::json& record, const Calendar& c
 
 Result<ImportOutcome> importSegments(SegmentStore& store, std::istream& in,
                                      const Calendar& calendar,
-                                     const std::function<void(std::int64_t read)>& progress) {
+                                     const std::function<void(std::int64_t read)>& progress,
+                                     std::string_view language) {
   sql::Database& db = store.persistence().database();
   Result<sql::Statement> exists = db.prepare(
       "SELECT 1 FROM segment WHERE started_us BETWEEN ?1 AND ?1 + 999999 "
@@ -390,9 +460,9 @@ Result<ImportOutcome> importSegments(SegmentStore& store, std::istream& in,
     if (!failure.empty()) return false;
     ++index;
     std::string problem;
-    std::optional<Segment> row = segmentOf(parsed, calendar, problem);
+    std::optional<Segment> row = segmentOf(parsed, calendar, language, problem);
     if (!row) {
-      failure = "record " + std::to_string(index) + ": " + problem;
+      failure = i18n::text(language, "import.record %@ %@", std::to_string(index), problem);
       return false;
     }
     const auto key =
@@ -412,12 +482,21 @@ Result<ImportOutcome> importSegments(SegmentStore& store, std::istream& in,
   };
   try {
     const nlohmann::json top = nlohmann::json::parse(in, onEvent);
-    if (!topIsArray || !top.is_array()) failure = "the file does not hold a list of records";
+    if (!topIsArray || !top.is_array()) failure = i18n::text(language, "import.notList");
   } catch (const nlohmann::json::parse_error& error) {
     if (failure.empty()) {
-      failure = "not JSON after record " + std::to_string(index) + " (byte " +
-                std::to_string(error.byte) + ")";
+      failure = i18n::text(language, "import.notJson %@ %@", std::to_string(index),
+                           std::to_string(error.byte));
     }
+  } catch (const nlohmann::json::exception&) {
+    // A number too large for a double, for one.
+    if (failure.empty()) {
+      failure = i18n::text(language, "import.notJsonAfter %@", std::to_string(index));
+    }
+  } catch (const std::ios_base::failure&) {
+    // The stream's buffer throws when reading fails (a folder, an I/O error), whatever the
+    // stream's exception mask says.
+    failure = i18n::text(language, "import.readFailed %@", std::to_string(index));
   }
   exists->reset();
   if (!failure.empty()) return Error{failure};

@@ -72,9 +72,15 @@ struct ImportOutcome {
 // identical in start, end and bundle id to a stored row, or to an earlier record, are skipped;
 // as exports write whole seconds, a stored row matches within the second it started and ended
 // in, so importing an export back into the store it came from changes nothing either.
-// A malformed file stores nothing; the error names the record ("record 3: ...").
+// A malformed file stores nothing; the error, in `language`, names the record and the field
+// ("record 3: ..."). Besides bad JSON and missing fields, a record is malformed when it holds
+// what no recorder writes: "seconds" off the time from "start" to "end" by more than the second
+// the export cuts, an instant outside 1970 to 2099, an unknown "end_reason", a NUL character in a
+// text, or less than the recorder's minimum between start and end unless made by hand
+// ("manual"). A stream that fails to read is an error too, never an exception.
 Result<ImportOutcome> importSegments(SegmentStore& store, std::istream& in,
                                      const Calendar& calendar,
-                                     const std::function<void(std::int64_t read)>& progress = {});
+                                     const std::function<void(std::int64_t read)>& progress = {},
+                                     std::string_view language = "en");
 
 }  // namespace velto

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <optional>
@@ -45,6 +46,32 @@ TEST(FilesTest, FailuresAreValuesWithTheReason) {
   EXPECT_TRUE(files::remove(dir / "missing"));
   EXPECT_TRUE(files::remove(dir / "plain"));
   EXPECT_FALSE(std::filesystem::exists(dir / "plain"));
+}
+
+TEST(FilesTest, ReadableFileProblemSaysWhyAPathIsNoFileToRead) {
+  testing::TempDir dir;
+  ASSERT_TRUE(files::writeAtomically(dir / "plain", "x"));
+  ASSERT_TRUE(files::writeAtomically(dir / "locked", "x", 0000));
+  ASSERT_EQ(::mkfifo((dir / "fifo").c_str(), 0600), 0);  // no writer: opening it would block
+  std::filesystem::create_symlink(dir / "plain", dir / "link");
+  struct Case {
+    std::filesystem::path path;
+    std::optional<files::ReadProblem> problem;
+  };
+  const Case cases[] = {
+      {dir / "plain", std::nullopt},
+      {dir / "link", std::nullopt},
+      {dir.path(), files::ReadProblem::folder},
+      {dir / "missing", files::ReadProblem::missing},
+      {dir / "plain" / "child", files::ReadProblem::missing},
+      {dir / "fifo", files::ReadProblem::notRegularFile},
+      {"/dev/null", files::ReadProblem::notRegularFile},
+      // Root reads anything.
+      {dir / "locked", ::geteuid() == 0 ? std::nullopt : std::optional(files::ReadProblem::denied)},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(files::readableFileProblem(c.path), c.problem) << c.path;
+  }
 }
 
 TEST(PathsTest, FollowsXdgVariablesAndIgnoresRelativeOnes) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -119,6 +120,7 @@ TEST_F(UsageExportTest, ImportsItsOwnJsonOnceAndRefusesBrokenFiles) {
        "record 1: \"bundle_id\" must be non-empty text"},
       {R"({"start": 1})", "the file does not hold a list of records"},
       {R"([{"start":)", "not JSON after record 0 (byte 11)"},
+      {R"([{"seconds":1e999}])", "not JSON after record 0"},  // past a double: no crash either
   };
   for (const Case& c : cases) {
     std::istringstream in(c.text);
@@ -127,6 +129,154 @@ TEST_F(UsageExportTest, ImportsItsOwnJsonOnceAndRefusesBrokenFiles) {
     EXPECT_EQ(broken.error(), c.error);
   }
   EXPECT_TRUE(all().empty());
+}
+
+TEST_F(UsageExportTest, ReimportsEveryKindOfRowTheAppExports) {
+  // Cut to whole seconds on export: 3.0, 3.2 and 3.85 seconds that start at different fractions.
+  Segment shortest = stored("code", "2026-11-20T08:00:00.9Z", "2026-11-20T08:00:03.9Z");
+  Segment longerThanWritten = stored("code", "2026-11-20T08:01:00.9Z", "2026-11-20T08:01:04.1Z");
+  Segment shorterThanWritten = stored("code", "2026-11-20T08:02:00.1Z", "2026-11-20T08:02:03.95Z");
+  Segment reassigned = stored("slack", "2026-11-20T09:00:00Z", "2026-11-20T09:10:00Z");
+  ASSERT_TRUE(store->insertRows(
+      std::vector<Segment>{shortest, longerThanWritten, shorterThanWritten, reassigned}));
+  ASSERT_TRUE(store->reassign(std::vector<Uuid>{reassigned.id}, "mail", "Mail"));
+  // Named time across midnight (Berlin): a piece of 0.6 seconds, then one of 30 seconds.
+  ASSERT_TRUE(store->nameTime(at("2026-11-20T22:59:59.4Z"), at("2026-11-20T23:00:30Z"),
+                              "velto.offmac.meeting", "Standup", {}));
+  const std::vector<Segment> before = all();
+  ASSERT_EQ(before.size(), 6u);
+  ASSERT_EQ(before[4].endReasonRaw, "manual");
+  ASSERT_LT(before[4].seconds, 1.0);
+
+  const std::string json = exported(ExportDetail::segments, ExportFormat::json);
+  ASSERT_TRUE(store->wipe());
+  std::istringstream in(json);
+  const Result<ImportOutcome> imported = importSegments(*store, in, calendar);
+  ASSERT_TRUE(imported.ok()) << imported.error();
+  EXPECT_EQ(imported->added, 6);
+  const std::vector<Segment> after = all();
+  ASSERT_EQ(after.size(), before.size());
+  for (size_t i = 0; i < after.size(); ++i) {
+    EXPECT_EQ(after[i].seconds, before[i].seconds) << i;
+    EXPECT_EQ(after[i].endReasonRaw, before[i].endReasonRaw) << i;
+  }
+}
+
+class UsageImportTest : public UsageExportTest {
+ protected:
+  // One record of a segments export, 09:00 to 09:05 UTC, changed by `changes`.
+  static nlohmann::json record(const nlohmann::json& changes = nlohmann::json::object()) {
+    nlohmann::json record = {{"start", "2026-11-20T09:00:00Z"},
+                             {"end", "2026-11-20T09:05:00Z"},
+                             {"seconds", 300},
+                             {"bundle_id", "code"},
+                             {"app", "Code"},
+                             {"window_title", "main.cc"},
+                             {"site", "github.com"},
+                             {"tool", "make"},
+                             {"end_reason", "focusChange"}};
+    record.update(changes);
+    return record;
+  }
+
+  // Imports a good record followed by `second`.
+  Result<ImportOutcome> importWith(const nlohmann::json& second, std::string_view language = "en") {
+    const nlohmann::json first = record({{"bundle_id", "first"}});
+    std::istringstream in(nlohmann::json::array({first, second}).dump());
+    return importSegments(*store, in, calendar, {}, language);
+  }
+
+  std::int64_t storedRows() {
+    Result<sql::Statement> count = persistence->database().prepare("SELECT count(*) FROM segment");
+    EXPECT_TRUE(count && count->step().toOptional().value_or(false));
+    return count ? count->int64(0) : -1;
+  }
+};
+
+TEST_F(UsageImportTest, RefusesWhatNoRecorderWrites) {
+  using nlohmann::json;
+  const std::string nul("a\0b", 3);
+  struct Case {
+    json changes;
+    std::string error;
+  };
+  const Case cases[] = {
+      // Totals add "seconds": it must be the time from start to end, give or take the cut second.
+      {{{"seconds", 99999}},
+       R"(record 2: "seconds" is 99999, but "start" to "end" is 300 seconds)"},
+      {{{"seconds", 301.5}},
+       R"(record 2: "seconds" is 301.5, but "start" to "end" is 300 seconds)"},
+      {{{"seconds", 298.5}},
+       R"(record 2: "seconds" is 298.5, but "start" to "end" is 300 seconds)"},
+      {{{"end_reason", "FocusChange"}},
+       R"(record 2: "end_reason" "FocusChange" is not an end reason)"},
+      {{{"end_reason", "banana"}}, R"(record 2: "end_reason" "banana" is not an end reason)"},
+      {{{"bundle_id", nul}}, R"(record 2: "bundle_id" holds a NUL character)"},
+      {{{"app", nul}}, R"(record 2: "app" holds a NUL character)"},
+      {{{"window_title", nul}}, R"(record 2: "window_title" holds a NUL character)"},
+      {{{"site", nul}}, R"(record 2: "site" holds a NUL character)"},
+      {{{"tool", nul}}, R"(record 2: "tool" holds a NUL character)"},
+      {{{"end_reason", "manual" + nul}}, R"(record 2: "end_reason" holds a NUL character)"},
+      {{{"start", "1000-11-20T09:00:00Z"}},
+       R"(record 2: "start" lies outside the years 1970 to 2099)"},
+      {{{"start", "1969-12-31T23:59:59Z"}, {"end", "1970-01-01T00:04:59Z"}},
+       R"(record 2: "start" lies outside the years 1970 to 2099)"},
+      {{{"end", "9999-11-20T09:05:00Z"}}, R"(record 2: "end" lies outside the years 1970 to 2099)"},
+      {{{"start", "2100-01-01T00:00:01Z"}, {"end", "2100-01-01T00:05:01Z"}},
+       R"(record 2: "start" lies outside the years 1970 to 2099)"},
+      // Shorter than the recorder's minimum: only rows made by hand may be.
+      {{{"end", "2026-11-20T09:00:02.9Z"}, {"seconds", 2.9}},
+       R"(record 2: "end" is less than 3 seconds after "start", which only "manual" rows may be)"},
+      {{{"end", "2026-11-20T09:00:00Z"}, {"seconds", 0}, {"end_reason", "recovered"}},
+       R"(record 2: "end" is less than 3 seconds after "start", which only "manual" rows may be)"},
+      // Longer than the recorder's safety cap: more time in one day than any recording.
+      {{{"end", "2026-11-20T17:00:02Z"}, {"seconds", 28802}},
+       R"(record 2: "end" is more than 8 hours after "start", longer than any recorded row)"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.changes.dump());
+    const Result<ImportOutcome> broken = importWith(record(c.changes));
+    ASSERT_FALSE(broken.ok());
+    EXPECT_EQ(broken.error(), c.error);
+    EXPECT_EQ(storedRows(), 0);
+  }
+}
+
+TEST_F(UsageImportTest, AcceptsRowsWithinTheLimits) {
+  using nlohmann::json;
+  const json cases[] = {
+      {{"seconds", 300.9}},  // the export cuts both instants to the second
+      {{"seconds", 299.1}},
+      {{"end", "2026-11-20T09:00:03Z"}, {"seconds", 3}},
+      {{"end", "2026-11-20T09:00:01Z"}, {"seconds", 0.6}, {"end_reason", "manual"}},
+      {{"end", "2026-11-20T09:00:00Z"}, {"seconds", 0.4}, {"end_reason", "manual"}},
+      {{"end", "2026-11-20T09:00:01Z"}, {"seconds", 1}, {"end_reason", nullptr}},  // reads manual
+      {{"start", "1970-01-01T00:00:00Z"}, {"end", "1970-01-01T00:05:00Z"}},
+      {{"start", "2099-12-31T23:55:00Z"}, {"end", "2100-01-01T00:00:00Z"}},
+      {{"end", "2026-11-20T17:00:00Z"}, {"seconds", 28800}},  // exactly the cap
+      {{"end", "2026-11-20T21:00:00Z"}, {"seconds", 43200}, {"end_reason", "manual"}},
+  };
+  for (const json& changes : cases) {
+    SCOPED_TRACE(changes.dump());
+    const Result<ImportOutcome> imported = importWith(record(changes));
+    ASSERT_TRUE(imported.ok()) << imported.error();
+    EXPECT_EQ(imported->added, 2);
+    ASSERT_TRUE(store->wipe());
+  }
+}
+
+TEST_F(UsageImportTest, SpeaksTheUsersLanguage) {
+  const Result<ImportOutcome> broken = importWith(record({{"end_reason", "banana"}}), "de");
+  ASSERT_FALSE(broken.ok());
+  EXPECT_EQ(broken.error(), R"(Eintrag 2: "end_reason" "banana" ist kein Endgrund)");
+}
+
+TEST_F(UsageImportTest, AStreamThatCannotBeReadIsAnError) {
+  std::ifstream folder(dir.path(), std::ios::binary);  // opens, then fails on the first read
+  ASSERT_TRUE(folder.is_open());
+  const Result<ImportOutcome> broken = importSegments(*store, folder, calendar);
+  ASSERT_FALSE(broken.ok());
+  EXPECT_EQ(broken.error(), "the file could not be read after record 0");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <fstream>
 
+#include "base/files.h"
 #include "base/strings.h"
 #include "cli/command.h"
 #include "cli/commands/report_session.h"
@@ -13,15 +14,37 @@ namespace velto::cli {
 
 namespace {
 
+std::string_view problemKey(files::ReadProblem problem) {
+  switch (problem) {
+    case files::ReadProblem::missing:
+      return "cli.import.missing %@";
+    case files::ReadProblem::folder:
+      return "cli.import.folder %@";
+    case files::ReadProblem::notRegularFile:
+      return "cli.import.notFile %@";
+    case files::ReadProblem::denied:
+      return "cli.import.denied %@";
+    case files::ReadProblem::other:
+      break;
+  }
+  return "cli.import.unreadable %@";
+}
+
 int runImport(const Invocation& invocation) {
   const std::string& language = invocation.language;
   if (invocation.args.size() != 1 || invocation.args.front().starts_with("-")) {
     complain(i18n::text(language, "cli.import.usage"));
     return 2;
   }
-  std::ifstream file(invocation.args.front(), std::ios::binary);
+  const std::string& path = invocation.args.front();
+  // Checked before opening: a folder would fail only once read, and a FIFO would block the open.
+  if (const std::optional<files::ReadProblem> problem = files::readableFileProblem(path)) {
+    complain(i18n::text(language, problemKey(*problem), path));
+    return 1;
+  }
+  std::ifstream file(path, std::ios::binary);
   if (!file) {
-    complain(i18n::text(language, "cli.import.unreadable %@", invocation.args.front()));
+    complain(i18n::text(language, "cli.import.unreadable %@", path));
     return 1;
   }
   ReportSession session(language);
@@ -34,7 +57,8 @@ int runImport(const Invocation& invocation) {
       std::fputs(line.c_str(), stderr);
     };
   }
-  Result<ImportOutcome> outcome = importSegments(session.store, file, session.calendar, progress);
+  Result<ImportOutcome> outcome =
+      importSegments(session.store, file, session.calendar, progress, language);
   if (showProgress) std::fputc('\n', stderr);
   if (!outcome) {
     complain(i18n::text(language, "cli.import.failed %@", outcome.error()));
