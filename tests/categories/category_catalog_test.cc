@@ -95,6 +95,7 @@ TEST_F(CategoryCatalogTest, CustomCategoriesSurviveARestartInCreationOrder) {
   EXPECT_EQ(effective.name, "Errands");
   EXPECT_EQ(effective.symbol, "cart");
   EXPECT_EQ(effective.focus, FocusLabel::neutral) << "no focus label counts as neutral";
+  ASSERT_FALSE(catalog_->allCategories().empty());
   EXPECT_EQ(catalog_->allCategories().back(), UsageCategory::custom(errands.id));
 
   CustomCategory edited = clients;
@@ -137,7 +138,7 @@ TEST_F(CategoryCatalogTest, FollowsAnotherProcessesWriteAndSkipsUnreadableEntrie
   EXPECT_EQ(catalog_->effective(BuiltInCategory::coding, "en").name, "Code");
   EXPECT_EQ(catalog_->focus(BuiltInCategory::coding), FocusLabel::focus);
   ASSERT_EQ(catalog_->contents().custom.size(), 1u);
-  EXPECT_EQ(catalog_->custom("c1")->createdAt, at("2026-02-01T09:00:00Z"));
+  EXPECT_EQ(catalog_->custom("c1").value().createdAt, at("2026-02-01T09:00:00Z"));
   EXPECT_EQ(log_.lines, (std::vector<std::string>{
                             "Could not read categories: override 'coding': unknown focus label "
                             "'sometimes'",

@@ -125,6 +125,31 @@ TEST(CategoryResolverTest, KeywordsIgnoreCaseAndWordBoundariesAndSkipEmptyOnes) 
       });
 }
 
+// A keyword is looked for in the title, then in the host. Its category differs from every
+// other rule and from the seed, so each case shows which rule filed the time.
+TEST(CategoryResolverTest, AKeywordMatchesTheTitleOrElseTheHost) {
+  const std::vector<CategoryRule> rules = {
+      rule("keyword", "YouTube", "writing"),
+      rule("host", "youtube.com", "social"),
+      rule("app", "firefox", "utilities"),
+  };
+  const CategoryResolver resolver(rules, {}, testSeed());
+  expectCases(
+      resolver,
+      {
+          {"in the title only", "firefox", "github.com", "YouTube Premium plans", "writing"},
+          {"in the host only, the title lacks it", "firefox", "youtube.com", "Lo-fi beats",
+           "writing"},
+          {"in the host only, no title", "firefox", "www.youtube.com", std::nullopt, "writing"},
+          {"in the host only, an empty title", "firefox", "m.YouTube.com", "", "writing"},
+          {"in both", "firefox", "youtube.com", "Lo-fi beats - YouTube", "writing"},
+          {"in the title, no host", "spotify", std::nullopt, "youtube mix", "writing"},
+          {"in neither: the seed's host", "firefox", "reddit.com", "Videos", "social"},
+          {"in neither: the user's app rule", "firefox", "tube.io", "you", "utilities"},
+          {"no title and no host", "spotify", std::nullopt, std::nullopt, "entertainment"},
+      });
+}
+
 TEST(CategoryResolverTest, RuleTargetsLegacyDeletedAndCustom) {
   const std::vector<CategoryRule> rules = {
       rule("app", "legacy", "work"),      rule("app", "gone", "3F2C-deleted"),

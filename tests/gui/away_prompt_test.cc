@@ -135,6 +135,7 @@ TEST_F(AwayPromptTest, AStretchOverMidnightIsFiledPerDay) {
   ASSERT_FALSE(second.empty());
   EXPECT_EQ(second.back().bundleId, "code");
   EXPECT_DOUBLE_EQ(second.back().seconds, 1800);
+  ASSERT_FALSE(first.empty());
   EXPECT_DOUBLE_EQ(first.back().seconds, 5400);
 }
 

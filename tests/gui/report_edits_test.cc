@@ -86,6 +86,7 @@ TEST_F(ReportEditsTest, NamingAStretchFilesItAsItsOwnRowWithoutCountingTwice) {
 
   answer = true;
   EXPECT_EQ(window->edits().nameTime(block(0), figures(), " Team standup "), EditOutcome::done);
+  ASSERT_FALSE(questions.empty());
   EXPECT_EQ(questions.back().title, "File this time as \u201cTeam standup\u201d?");
   EXPECT_EQ(rowsOf("code"), 1);
   EXPECT_EQ(rowsOf("velto.manual.team-standup"), 1);
@@ -95,6 +96,7 @@ TEST_F(ReportEditsTest, NamingAStretchFilesItAsItsOwnRowWithoutCountingTwice) {
 TEST_F(ReportEditsTest, TheRunningSegmentIsNeverHandedToTheStore) {
   TimelineBlock running = block(3);
   UsageFigures withLive = figures();
+  ASSERT_FALSE(running.segmentIDs.empty());
   withLive.liveSegmentID = running.segmentIDs.front();
   EXPECT_FALSE(window->edits().canEdit(running, withLive));
   EXPECT_EQ(window->edits().deleteStretch(running, withLive), EditOutcome::nothingToEdit);

@@ -70,6 +70,7 @@ TEST_F(ReportWidgetsTest, TodayMovesOnAtMidnightAndThePickerFollows) {
 TEST_F(ReportWidgetsTest, TheTimelineFindsBlocksByPositionAndKeyboard) {
   TimelineStrip strip(store().calendar(), "en");
   const std::vector<TimelineBlock> blocks = window->report().figures().blocks;
+  ASSERT_GE(blocks.size(), 4u);
   // 08:00 to 10:00 local over 400 pixels (4-pixel margins): 200 pixels an hour.
   strip.setBlocks(blocks, DateInterval{at("2026-11-21T07:00:00Z"), at("2026-11-21T09:00:00Z")}, {});
   strip.resize(408, 72);

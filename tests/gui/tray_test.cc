@@ -63,10 +63,10 @@ TEST_F(TrayTest, ChipFollowsTheDisplayModeAndTheBudget) {
   scripted.services->settings().setDayBudgetSeconds(3600);
   scripted.scheduler.advanceBy(40 * 60);
   tray.refresh();
-  EXPECT_EQ(tray.chip()->tone, MenuBarChipTone::over);
+  EXPECT_EQ(tray.chip().value().tone, MenuBarChipTone::over);
 
   scripted.services->settings().setMenuBarDisplay("currentApp");
-  EXPECT_EQ(tray.chip()->text, "Code") << "a settings change refreshes at once";
+  EXPECT_EQ(tray.chip().value().text, "Code") << "a settings change refreshes at once";
 }
 
 TEST_F(TrayTest, ShowsTheServiceSetsChipAndLetsGoOfItWhenGone) {
@@ -84,7 +84,7 @@ TEST_F(TrayTest, ShowsTheServiceSetsChipAndLetsGoOfItWhenGone) {
   EXPECT_FALSE(scripted.services->menuBar().onChange);
   scripted.scheduler.advanceBy(60);
   scripted.services->settings().setMenuBarDisplay("currentApp");
-  EXPECT_EQ(scripted.services->menuBar().chip()->text, "Code") << "the set keeps refreshing";
+  EXPECT_EQ(scripted.services->menuBar().chip().value().text, "Code") << "the set keeps refreshing";
 }
 
 TEST_F(TrayTest, MenuOffersPauseOrResume) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
 
@@ -55,6 +56,11 @@ class LimitMonitorTest : public ::testing::Test {
         [this] { return paused; }});
   }
 
+  // The stored alert memory; null when none is stored.
+  nlohmann::json alertMemory() const {
+    return settings.json(keys::kLimitAlerts).value_or(nlohmann::json());
+  }
+
   std::vector<std::string> titles() const {
     std::vector<std::string> out;
     for (const NotificationRequest& r : center.posted) out.push_back(r.title);
@@ -82,7 +88,7 @@ TEST_F(LimitMonitorTest, NearThenReachedOncePerDay) {
   scheduler.advanceTo(at("2026-11-21T08:47:00Z"));  // 47 min: 78 %
   EXPECT_TRUE(center.posted.empty());
   scheduler.advanceTo(at("2026-11-21T08:49:00Z"));  // 49 min: 81 %
-  EXPECT_EQ(titles(), (std::vector<std::string>{"Firefox is close to today's limit"}));
+  ASSERT_EQ(titles(), (std::vector<std::string>{"Firefox is close to today's limit"}));
   EXPECT_EQ(center.posted[0].body, "48m of 1h used today.");
   EXPECT_EQ(center.posted[0].categoryIdentifier, "velto.limit");
   scheduler.advanceTo(at("2026-11-21T12:00:00Z"));
@@ -124,9 +130,11 @@ TEST_F(LimitMonitorTest, WarnRatioSettings) {
     store.set(Subject::total(), Kind::limit, Span::day, 3600);
     scheduler.jumpClockTo(at("2026-11-21T08:51:00Z"));  // 85 %
     monitor->check();
-    EXPECT_EQ(!center.posted.empty(), c.nearSent);
     if (c.nearSent) {
+      ASSERT_EQ(center.posted.size(), 1u);
       EXPECT_EQ(center.posted[0].title, "You are close to today's limit");
+    } else {
+      EXPECT_TRUE(center.posted.empty());
     }
   }
 }
@@ -136,10 +144,10 @@ TEST_F(LimitMonitorTest, AWeekRuleAlertsOncePerCalendarWeek) {
   store.set(Subject::category("social"), Kind::limit, Span::week, 6 * 3600);
   // Saturday morning: Monday to Friday of this week (from the 16th) hold 5 h, 83 %.
   monitor->start();
-  EXPECT_EQ(titles(), (std::vector<std::string>{"social is close to this week's limit"}));
+  ASSERT_EQ(titles(), (std::vector<std::string>{"social is close to this week's limit"}));
   EXPECT_EQ(center.posted[0].categoryIdentifier, "velto.limit.week");
   scheduler.advanceTo(at("2026-11-21T18:00:00Z"));
-  EXPECT_EQ(center.posted.size(), 2u);
+  ASSERT_EQ(center.posted.size(), 2u);
   EXPECT_EQ(center.posted[1].title, "social has hit this week's limit");
   scheduler.advanceTo(at("2026-11-22T20:00:00Z"));  // Sunday: the same week, nothing again
   EXPECT_EQ(center.posted.size(), 2u);
@@ -149,6 +157,68 @@ TEST_F(LimitMonitorTest, AWeekRuleAlertsOncePerCalendarWeek) {
   EXPECT_EQ(center.posted.size(), 4u);
   // The completed days were summed once per day, not every minute.
   EXPECT_LT(spent.calls, 2 * 10500);
+}
+
+// The completed days of the week are cached; whenever the cache is refilled (recorded data
+// changed, a new day, a restart), today must still be counted once.
+TEST_F(LimitMonitorTest, AWeekRuleCountsTodayOnceWheneverItsCacheIsRefilled) {
+  spent.perDay["category:social"] = 3600;  // an hour a day, 08:00-18:00
+  store.set(Subject::category("social"), Kind::limit, Span::week, 5.75 * 3600);
+  struct Refill {
+    const char* what;
+    std::function<void()> run;
+  };
+  const Refill refills[] = {
+      {"recorded data changed", [&] { bus.post(notices::kSegmentsDidChange); }},
+      {"a new day began", [&] { bus.post(notices::kDayDidChange); }},
+      {"stopped and started",
+       [&] {
+         monitor->stop();
+         monitor->start();
+       }},
+      {"a fresh monitor",
+       [&] {
+         makeMonitor();
+         monitor->start();
+       }},
+  };
+  struct Case {
+    const char* when;
+    double hours;  // the week so far
+  };
+  // The week starts on Monday the 16th; each day holds an hour, spread over 08:00-18:00.
+  const Case cases[] = {
+      {"2026-11-21T08:00:00Z", 5},    // Saturday, nothing yet today
+      {"2026-11-21T13:00:00Z", 5.5},  // Saturday, half of today's hour
+      {"2026-11-21T18:00:00Z", 6},    // Saturday, all of today's hour
+      {"2026-11-21T23:59:00Z", 6},   {"2026-11-22T12:00:00Z", 6.4},  // Sunday
+      {"2026-11-23T13:00:00Z", 0.5},  // Monday: no completed day this week
+  };
+  for (const Refill& refill : refills) {
+    for (const Case& c : cases) {
+      SCOPED_TRACE(std::string(refill.what) + " at " + c.when);
+      settings.setJson(keys::kLimitAlerts, nlohmann::json::object());
+      center.posted.clear();
+      // The cache is first filled early in the day, then refilled at `when`.
+      const Instant when = at(c.when);
+      scheduler.jumpClockTo(addSeconds(calendar.startOfDay(when), 60));
+      makeMonitor();
+      monitor->start();
+      scheduler.advanceTo(when);
+      std::vector<LimitProgress> before = monitor->progress();
+      ASSERT_EQ(before.size(), 1u);
+      EXPECT_NEAR(before[0].spent, c.hours * 3600, 1e-6) << "before the refill";
+
+      refill.run();
+      std::vector<LimitProgress> after = monitor->progress();
+      ASSERT_EQ(after.size(), 1u);
+      EXPECT_NEAR(after[0].spent, c.hours * 3600, 1e-6) << "after the refill";
+      // The limit of 5 h 45 m is hit only once that much has been spent.
+      const std::vector<std::string> sent = titles();
+      EXPECT_EQ(std::count(sent.begin(), sent.end(), "social has hit this week's limit"),
+                c.hours >= 5.75 ? 1 : 0);
+    }
+  }
 }
 
 TEST_F(LimitMonitorTest, GoalsNeedTheirSwitchAndWithoutPermissionAreRetriedLater) {
@@ -163,7 +233,7 @@ TEST_F(LimitMonitorTest, GoalsNeedTheirSwitchAndWithoutPermissionAreRetriedLater
   center.status = NotificationAuthorization::denied;
   scheduler.advanceTo(at("2026-11-21T09:02:00Z"));
   EXPECT_TRUE(center.posted.empty());
-  EXPECT_TRUE(settings.json(keys::kLimitAlerts)->empty());  // forgotten again
+  EXPECT_TRUE(alertMemory().empty());  // forgotten again
 
   center.status = NotificationAuthorization::provisional;
   scheduler.advanceTo(at("2026-11-21T09:04:00Z"));
@@ -179,7 +249,7 @@ TEST_F(LimitMonitorTest, BothSwitchesOffOrPausedDoesNothingNotEvenPruning) {
   monitor->start();
   scheduler.advanceBy(3600);
   EXPECT_TRUE(center.posted.empty());
-  EXPECT_EQ(settings.json(keys::kLimitAlerts)->size(), 1u);
+  EXPECT_EQ(alertMemory().size(), 1u);
 
   settings.setLimitAlertsEnabled(true);
   paused = true;
@@ -188,7 +258,7 @@ TEST_F(LimitMonitorTest, BothSwitchesOffOrPausedDoesNothingNotEvenPruning) {
   paused = false;
   scheduler.advanceBy(60);
   EXPECT_EQ(center.posted.size(), 1u);
-  EXPECT_FALSE(settings.json(keys::kLimitAlerts)->contains("OLD:near"));  // pruned
+  EXPECT_FALSE(alertMemory().contains("OLD:near"));  // pruned
 }
 
 TEST_F(LimitMonitorTest, ADisabledRuleIsNeitherAlertedNorKeptInMemory) {
@@ -198,10 +268,11 @@ TEST_F(LimitMonitorTest, ADisabledRuleIsNeitherAlertedNorKeptInMemory) {
   monitor->start();
   scheduler.advanceBy(120);
   ASSERT_EQ(center.posted.size(), 1u);
-  ASSERT_EQ(settings.json(keys::kLimitAlerts)->size(), 1u);
+  ASSERT_EQ(alertMemory().size(), 1u);
+  ASSERT_EQ(store.limits().size(), 2u);
   store.setEnabled(store.limits()[0].id, false);
   // Only the week goal's stamp is current now: the disabled rule's entry goes.
-  EXPECT_TRUE(settings.json(keys::kLimitAlerts)->empty());
+  EXPECT_TRUE(alertMemory().empty());
   scheduler.advanceBy(600);
   EXPECT_EQ(center.posted.size(), 1u);
 }

@@ -97,9 +97,9 @@ TEST_F(LimitStoreTest, AnUnreadableWholeIsNoRulesAndStaysUntilTheNextSave) {
   EXPECT_TRUE(store.limits().empty());
   EXPECT_EQ(logs.lines,
             (std::vector<std::string>{"Could not read limits: the data is not a list"}));
-  EXPECT_TRUE(settings.json(keys::kLimits)->is_object());
+  EXPECT_TRUE(settings.json(keys::kLimits).value().is_object());
   store.set(Subject::total(), Kind::limit, Span::day, 28800);
-  EXPECT_TRUE(settings.json(keys::kLimits)->is_array());
+  EXPECT_TRUE(settings.json(keys::kLimits).value().is_array());
 }
 
 TEST_F(LimitStoreTest, AnotherProcessesChangeIsPickedUp) {

@@ -153,6 +153,7 @@ TEST_F(SegmentRecorderTest, RefiningWithinThreeSecondsReplacesTheContextInPlace)
                                                   "2026-11-21T09:00:04Z", Reason::titleChange)}));
   // A refinement for another application is an observation.
   recorder.refine(app("mail"), at("2026-11-21T09:00:05Z"));
+  ASSERT_TRUE(recorder.openSegment());
   EXPECT_EQ(recorder.openSegment()->context, app("mail"));
   EXPECT_EQ(recorded().size(), 1u);  // the 1-second "make" piece was dropped
 }
@@ -225,11 +226,13 @@ TEST_F(SegmentRecorderTest, SeveralCausesMustAllBeLiftedAndGiveOneGap) {
                               at("2026-11-21T09:41:00Z"),
                               {Cause::displaySleep, Cause::lock},
                               app("editor")}));
+  ASSERT_TRUE(recorder.openSegment());
   EXPECT_EQ(recorder.openSegment()->startedAt, at("2026-11-21T09:41:00Z"));
 
   // A second resume of the same cause is ignored: no second gap, no second segment.
   recorder.resume(Cause::lock, app("mail"), at("2026-11-21T09:42:00Z"));
   EXPECT_EQ(gaps.size(), 1u);
+  ASSERT_TRUE(recorder.openSegment());
   EXPECT_EQ(recorder.openSegment()->context, app("editor"));
   EXPECT_EQ(recorded().size(), 1u);
 }
@@ -244,6 +247,7 @@ TEST_F(SegmentRecorderTest, AnAppSwitchClearsStaleSleepAndLockButNotIdleOrPause)
   EXPECT_FALSE(recorder.isSuspended());
   ASSERT_EQ(gaps.size(), 1u);
   EXPECT_EQ(gaps[0].causes, (std::set<Cause>{Cause::sleep, Cause::screenSaver}));
+  ASSERT_TRUE(recorder.openSegment());
   EXPECT_EQ(recorder.openSegment()->context, app("mail"));
 
   gaps.clear();
@@ -257,6 +261,7 @@ TEST_F(SegmentRecorderTest, AnAppSwitchClearsStaleSleepAndLockButNotIdleOrPause)
   // Nothing stale: nothing happens, not even an observation.
   recorder.resume(Cause::paused, std::nullopt, at("2026-11-21T10:40:00Z"));
   recorder.clearStaleSuspensions(app("other"), at("2026-11-21T10:41:00Z"));
+  ASSERT_TRUE(recorder.openSegment());
   EXPECT_EQ(recorder.openSegment()->context, app("mail"));
 }
 
@@ -269,6 +274,7 @@ TEST_F(SegmentRecorderTest, HeartbeatCutsAtTheSafetyCap) {
   EXPECT_EQ(recorded(),
             (std::vector<RecordedSegment>{segment(app("video"), "2026-11-21T08:00:00Z",
                                                   "2026-11-21T16:00:00Z", Reason::safetyCap)}));
+  ASSERT_TRUE(recorder.openSegment());
   EXPECT_EQ(recorder.openSegment()->startedAt, at("2026-11-21T16:01:00Z"));
   EXPECT_TRUE(logs.contains("Safety cap hit for video; cutting the segment"));
 }
@@ -282,6 +288,7 @@ TEST_F(SegmentRecorderTest, EightHoursAndThirtySecondsGivesAnEightHourRecord) {
   recorder.heartbeat(addSeconds(start, 8 * 3600 + 30));
   ASSERT_EQ(recorded().size(), 1u);
   EXPECT_EQ(recorded()[0].endedAt, at("2026-11-21T16:00:00Z"));
+  ASSERT_TRUE(recorder.openSegment());
   EXPECT_EQ(recorder.openSegment()->startedAt, at("2026-11-21T16:00:30Z"));
 }
 
@@ -294,6 +301,7 @@ TEST_F(SegmentRecorderTest, HeartbeatSplitsAtMidnightAndKeepsRecording) {
                             segment(app("editor"), "2026-11-22T00:00:00Z", "2026-11-22T00:00:40Z",
                                     Reason::dayBoundary),
                         }));
+  ASSERT_TRUE(recorder.openSegment());
   EXPECT_EQ(recorder.openSegment()->startedAt, at("2026-11-22T00:00:40Z"));
 }
 
@@ -305,11 +313,13 @@ TEST_F(SegmentRecorderTest, ClockChangeClosesAtTheLastConfirmation) {
   EXPECT_EQ(recorded(),
             (std::vector<RecordedSegment>{segment(app("editor"), "2026-11-21T10:00:00Z",
                                                   "2026-11-21T10:01:00Z", Reason::clockChange)}));
+  ASSERT_TRUE(recorder.openSegment());
   EXPECT_EQ(recorder.openSegment()->startedAt, at("2026-11-21T12:01:30Z"));
 
   // Backwards jump right after opening: nothing to record, the segment restarts.
   recorder.clockChanged(at("2026-11-21T09:00:00Z"));
   EXPECT_EQ(recorded().size(), 1u);
+  ASSERT_TRUE(recorder.openSegment());
   EXPECT_EQ(recorder.openSegment()->startedAt, at("2026-11-21T09:00:00Z"));
 
   // Suspended: a clock change does nothing.

@@ -54,6 +54,7 @@ TEST_F(EngineTest, ABurstOfTitleChangesCostsOneEnrichment) {
   EXPECT_EQ(titles.titleReads, readsBefore + 1);
   ASSERT_EQ(recorded().size(), 1u);
   EXPECT_EQ(recorded()[0].endReason, Reason::titleChange);
+  ASSERT_TRUE(engine->recorder().openSegment());
   EXPECT_EQ(engine->recorder().openSegment()->context.windowTitle, "b.cc****");
 }
 
@@ -75,6 +76,7 @@ TEST_F(EngineTest, IdleEndsTheSegmentAtTheLastInputAndOffersALongGap) {
   ASSERT_TRUE(engine->pendingGap());
   engine->clearPendingGap(*engine->pendingGap());
   EXPECT_FALSE(engine->pendingGap());
+  ASSERT_TRUE(engine->recorder().openSegment());
   EXPECT_EQ(engine->recorder().openSegment()->startedAt, at("2026-11-21T09:30:05Z"));
 }
 
@@ -141,6 +143,7 @@ TEST_F(EngineTest, LockAndDisplaySleepMustBothEnd) {
   EXPECT_EQ(gaps[0].first.causes, (std::set<Cause>{Cause::displaySleep, Cause::lock}));
   EXPECT_FALSE(gaps[0].second);
   EXPECT_EQ(recorded().at(0).endReason, Reason::lock);
+  ASSERT_TRUE(engine->recorder().openSegment());
   EXPECT_EQ(engine->recorder().openSegment()->startedAt, at("2026-11-21T10:00:30Z"));
 }
 
@@ -268,6 +271,7 @@ TEST_F(EngineTest, ACommandMayAskForATimedPause) {
   EXPECT_EQ(settings.pausedUntil(), at("2026-11-21T09:40:00Z"));
   advanceTo("2026-11-21T09:41:00Z");
   EXPECT_FALSE(engine->isPaused());
+  ASSERT_TRUE(engine->recorder().openSegment());
   EXPECT_EQ(engine->recorder().openSegment()->startedAt, at("2026-11-21T09:40:00Z"));
 }
 
@@ -283,6 +287,7 @@ TEST_F(EngineTest, ACrashLeavesTheCheckpointAndTheNextLaunchRecoversIt) {
   ASSERT_EQ(recorded().size(), 1u);
   EXPECT_EQ(recorded()[0], testing::segment(app("code"), "2026-11-21T09:00:00Z",
                                             "2026-11-21T09:41:00Z", Reason::recovered));
+  ASSERT_TRUE(engine->recorder().openSegment());
   EXPECT_EQ(engine->recorder().openSegment()->startedAt, at("2026-11-21T10:00:00Z"));
 }
 
@@ -299,6 +304,7 @@ TEST_F(EngineTest, TheHeartbeatCutsAtMidnightAndAtTheCap) {
   ASSERT_EQ(recorded().size(), 2u);
   EXPECT_EQ(recorded()[1], testing::segment(app("code"), "2026-11-22T00:00:00Z",
                                             "2026-11-22T08:00:00Z", Reason::safetyCap));
+  ASSERT_TRUE(engine->recorder().openSegment());
   EXPECT_EQ(engine->recorder().openSegment()->startedAt, at("2026-11-22T08:01:00Z"));
 }
 

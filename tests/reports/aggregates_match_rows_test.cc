@@ -50,7 +50,7 @@ std::map<std::string, Micros> detailsOf(const UsageTally& tally, UsageAggregates
   for (size_t id = 0; id < tally.detailMicros.size(); ++id) {
     if (tally.detailMicros[id] == 0) continue;
     const auto at = static_cast<std::int64_t>(id);
-    const std::optional<ActivityDetail> detail = aggregates.detailsOfIds({&at, 1}).value().front();
+    const std::optional<ActivityDetail> detail = aggregates.detailsOfIds({&at, 1}).value().at(0);
     EXPECT_TRUE(detail.has_value());
     if (detail) micros[detail->key] += tally.detailMicros[id];
   }

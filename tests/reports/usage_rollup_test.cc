@@ -53,7 +53,7 @@ TEST(UsageRollupTest, TimelineSpanIsAtLeastAnHour) {
   EXPECT_EQ(span->start, at("2026-11-20T10:00:00Z"));
   EXPECT_EQ(span->end, at("2026-11-20T11:00:00Z"));
   // Later than an hour: up to now.
-  EXPECT_EQ(UsageRollup::timelineSpan(rows, at("2026-11-20T12:00:00Z"))->end,
+  EXPECT_EQ(UsageRollup::timelineSpan(rows, at("2026-11-20T12:00:00Z")).value().end,
             at("2026-11-20T12:00:00Z"));
   EXPECT_FALSE(UsageRollup::timelineSpan({}, at("2026-11-20T12:00:00Z")));
 }

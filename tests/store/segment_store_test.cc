@@ -154,6 +154,51 @@ TEST_F(BerlinStoreTest, NamingTimeOverATwentyThreeHourDay) {
       store->nameTime(at("2026-03-30T00:00:00Z"), at("2026-03-30T00:00:00Z"), "a", "A", {}));
 }
 
+TEST_F(BerlinStoreTest, APieceIsFiledUnderTheDayItStarts) {
+  struct Case {
+    const char* what;
+    const char* from;
+    const char* to;
+    std::vector<std::string> days;
+  };
+  const Case cases[] = {
+      {"ends exactly at midnight (23:30-00:00)",
+       "2026-11-21T22:30:00Z",
+       "2026-11-21T23:00:00Z",
+       {"2026-11-21: 1800 s, 1 row"}},
+      {"starts exactly at midnight",
+       "2026-11-21T23:00:00Z",
+       "2026-11-21T23:30:00Z",
+       {"2026-11-22: 1800 s, 1 row"}},
+      {"the last three seconds of a day",
+       "2026-11-21T22:59:57Z",
+       "2026-11-21T23:00:00Z",
+       {"2026-11-21: 3 s, 1 row"}},
+      {"the whole of a 23-hour day",
+       "2026-03-28T23:00:00Z",
+       "2026-03-29T22:00:00Z",
+       {"2026-03-29: 82800 s, 1 row"}},
+      {"the whole of a 25-hour day",
+       "2026-10-24T22:00:00Z",
+       "2026-10-25T23:00:00Z",
+       {"2026-10-25: 90000 s, 1 row"}},
+      {"the last hour of a month",
+       "2026-11-30T22:00:00Z",
+       "2026-11-30T23:00:00Z",
+       {"2026-11-30: 3600 s, 1 row"}},
+      {"the last hour of a year",
+       "2026-12-31T22:00:00Z",
+       "2026-12-31T23:00:00Z",
+       {"2026-12-31: 3600 s, 1 row"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    ASSERT_TRUE(store->wipe());
+    add("code", c.from, c.to);
+    EXPECT_EQ(perDay(), c.days);
+  }
+}
+
 TEST_F(StoreTest, AFailedEditChangesNothingLogsItsNameAndPostsNothing) {
   const Uuid a = add("firefox", "2026-11-21T09:00:00Z", "2026-11-21T09:10:00Z");
   const Uuid b =

@@ -96,7 +96,7 @@ TEST_F(UsageAggregatesTest, SitesAndDetailsAddUpOverDaysAndMonths) {
     for (size_t id = 0; id < micros.size(); ++id) {
       if (micros[id] == 0) continue;
       const auto at = static_cast<std::int64_t>(id);
-      std::optional<ActivityDetail> detail = aggregates().detailsOfIds({&at, 1}).value().front();
+      std::optional<ActivityDetail> detail = aggregates().detailsOfIds({&at, 1}).value().at(0);
       EXPECT_TRUE(detail);
       if (detail) seconds[detail->label] += micros[id] / 1'000'000;
     }
@@ -143,6 +143,7 @@ TEST_F(UsageAggregatesTest, ChangedDaysAreMarkedUntilSettledAndEmptyDaysGo) {
   ASSERT_TRUE(aggregates().settle());
   days = aggregates().days();
   ASSERT_TRUE(days.ok());
+  ASSERT_EQ(days->size(), 3u);
   EXPECT_FALSE((*days)[1].marked);
   EXPECT_EQ((*days)[1].maxEndUs, at("2026-11-20T09:00:00Z").time_since_epoch().count());
   EXPECT_TRUE((*days)[2].marked);

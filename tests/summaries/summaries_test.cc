@@ -136,10 +136,38 @@ TEST_F(SummaryTest, ComposesTheDayAgainstAUsualWeekday) {
     EXPECT_EQ(summary->body,
               std::string(c.comparison).empty() ? first : first + " " + c.comparison);
   }
+}
+
+TEST_F(SummaryTest, ADayOfThirtyMinutesOrMoreHasASummary) {
+  struct Case {
+    double seconds;
+    bool summary;
+  };
+  const Case cases[] = {{0, false},   {29 * 60, false}, {1799.5, false},
+                        {1800, true}, {1800.5, true},   {31 * 60, true}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.seconds);
+    figures.days.clear();
+    if (c.seconds > 0) figures.add("2026-11-24", "coding", c.seconds);
+    DailySummaryComposer composer(figures, calendar, nullptr);
+    const auto summary = composer.compose(at("2026-11-24T17:00:00Z"), {}, "en");
+    EXPECT_EQ(summary.has_value(), c.summary);
+    if (summary) {
+      EXPECT_EQ(summary->body,
+                DurationText::forLanguage("en").format(c.seconds) + " today, most of it coding.");
+    }
+  }
+
+  // The scheduler sends a day of exactly thirty minutes too.
   figures.days.clear();
-  figures.add("2026-11-24", "coding", 29 * 60);
+  figures.add("2026-11-24", "coding", 1800);
   DailySummaryComposer composer(figures, calendar, nullptr);
-  EXPECT_EQ(composer.compose(at("2026-11-24T17:00:00Z"), {}, "en"), std::nullopt);
+  DailySummaryScheduler daily(env, composer, {});
+  settings.setDailySummaryEnabled(true);
+  daily.start();
+  scheduler.advanceTo(at("2026-11-24T17:01:00Z"));
+  ASSERT_EQ(center.posted.size(), 1u);
+  EXPECT_EQ(center.posted[0].body, "30m today, most of it coding.");
 }
 
 TEST_F(SummaryTest, ListsAtMostThreeDayGoalsClosestFirst) {
@@ -243,8 +271,9 @@ TEST_F(DigestTest, BodiesFirstSteadyAndMover) {
   const Instant monday9 = at("2026-11-23T08:00:00Z");
   week(lastWeek, {{"social", 34 * 60}, {"coding", 40000}});
   week({"2026-11-09", "2026-11-10"}, {{"social", 20 * 60}, {"coding", 40000}});
-  EXPECT_EQ(composer.compose(monday9, 0, "en")->body,
-            "11h 40m recorded this week. Most of it: coding.");
+  const auto first = composer.compose(monday9, 0, "en");
+  ASSERT_TRUE(first);
+  EXPECT_EQ(first->body, "11h 40m recorded this week. Most of it: coding.");
 
   figures.days.clear();
   // Social 20 -> 34 min: 70 % but only 14 min. Coding 10 h -> 11 h: 10 % and an hour.
@@ -258,9 +287,10 @@ TEST_F(DigestTest, BodiesFirstSteadyAndMover) {
   figures.days.clear();
   week(lastWeek, {{"coding", 10 * 3600}});
   week(weekBefore, {{"coding", 10 * 3600 + 600}});
-  EXPECT_EQ(composer.compose(monday9, 4, "en")->body,
-            "10h this week, about the same as last week. Most of it: coding.");
-  EXPECT_EQ(composer.compose(monday9, 4, "en")->title, "How last week went");
+  const auto steady = composer.compose(monday9, 4, "en");
+  ASSERT_TRUE(steady);
+  EXPECT_EQ(steady->body, "10h this week, about the same as last week. Most of it: coding.");
+  EXPECT_EQ(steady->title, "How last week went");
 
   figures.days.clear();
   week({"2026-11-16", "2026-11-17"}, {{"coding", 3600}});

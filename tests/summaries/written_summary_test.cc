@@ -121,6 +121,7 @@ TEST(SummaryFactsTest, OneDetailIsListedAlone) {
   facts.periodLabel = "Today";
   facts.apps = {{"Firefox", 60, {"github.com"}}, {"Code", 120, {}}};
   const std::vector<std::string> lines = factLines(facts, "en");
+  ASSERT_GE(lines.size(), 4u);
   EXPECT_EQ(lines[2], "App Firefox: 1m (mostly github.com)");
   EXPECT_EQ(lines[3], "App Code: 2m");
 }

@@ -102,12 +102,12 @@ TEST(MenuBarModelTest, RefreshesEveryHalfMinuteAndLogsChanges) {
   int changes = 0;
   model.onChange = [&](const std::optional<MenuBarChip>&) { ++changes; };
   model.start();
-  EXPECT_EQ(model.chip()->text, "59s");
+  EXPECT_EQ(model.chip().value().text, "59s");
   today = 61;
   scheduler.advanceBy(29);
-  EXPECT_EQ(model.chip()->text, "59s");
+  EXPECT_EQ(model.chip().value().text, "59s");
   scheduler.advanceBy(1);
-  EXPECT_EQ(model.chip()->text, "1m");
+  EXPECT_EQ(model.chip().value().text, "1m");
   scheduler.advanceBy(30);  // unchanged: no new line
   EXPECT_EQ(changes, 2);
   EXPECT_EQ(logs.lines,

@@ -77,7 +77,7 @@ TEST(WaybarStatusTest, LimitModeShowsTheLimitsChipAndTone) {
   input.title.progress = {LimitProgress{limit, 3600, 3600}};
   const nlohmann::json line = nlohmann::json::parse(waybarLine(input));
   EXPECT_EQ(line["class"], "over");
-  EXPECT_EQ(line["text"], MenuBarTitle::chip(input.title)->text);
+  EXPECT_EQ(line["text"], MenuBarTitle::chip(input.title).value().text);
 }
 
 }  // namespace
