@@ -368,6 +368,97 @@ def browser_tab_run(s):
             "the active frame's DocURL gives the browser segment its host", rows[-4:])
 
 
+def window_rows(s, since_us):
+    return [r for r in s.segments("started_us, ended_us, bundle_id, window_title, tool_name, "
+                                  "end_reason") if r[0] >= since_us]
+
+
+def windows_run(s):
+    """Windows of one application: every switch and rename is a row boundary within a second,
+    with that window's title and tool; a class of one's own is an application of its own; a
+    closed front window stops getting time at once."""
+    config = os.path.join(s.env["XDG_CONFIG_HOME"], "Velto")
+    os.makedirs(config, mode=0o700, exist_ok=True)
+    with open(os.path.join(config, "settings.json"), "w") as f:
+        json.dump({"velto.idleThresholdSeconds": 120}, f)
+    flags = os.path.join(s.root, "rename")
+    os.makedirs(flags, exist_ok=True)
+
+    def terminal(name, title, *options):
+        """Stock xterm, one process per window, renaming itself once its flag file appears."""
+        flag = os.path.join(flags, name)
+        script = (f"while [ ! -e {flag} ]; do sleep 0.1; done; "
+                  f"printf '\\033]2;{title} renamed\\007'; exec sleep 100000")
+        s.spawn(["xterm", "-name", name, *options, "-T", title, "-e", "sh", "-c", script])
+        found = []
+
+        def appeared():
+            result = s.run(["xdotool", "search", "--name", f"^{title}$"], check=False)
+            found[:] = result.stdout.split()
+            return bool(found)
+        s.wait_for(appeared, f"the {name} window")
+        return found[0], flag
+
+    one, one_flag = terminal("term1", "first term")
+    two, _ = terminal("term2", "second term")
+    three, _ = terminal("term3", "third term")
+    s.activate(one)
+    since = int(time.time() * 1e6)
+    recorder = s.start_recorder("record-4.log")
+    expected = []  # (instant, title) of every boundary the user made
+
+    def switch(window, title):
+        s.pause(STEP)
+        s.activate(window)
+        expected.append((time.time(), title))
+
+    switch(two, "second term")
+    switch(three, "third term")
+    switch(one, "first term")
+    s.pause(STEP)
+    open(one_flag, "w").close()
+    s.wait_for(lambda: s.run(["xdotool", "getwindowname", one]).stdout.strip() ==
+               "first term renamed", "the rename")
+    expected.append((time.time(), "first term renamed"))
+    switch(two, "second term")
+    s.pause(STEP)
+
+    # A class of the user's own: "xterm -class Other" is not Debian's xterm.
+    s.spawn(["xterm", "-class", "Other", "-T", "other term", "-e", "sleep", "100000"])
+    s.wait_for(lambda: s.run(["xdotool", "search", "--class", "^Other$"], check=False).stdout,
+               "the Other window")
+    other = s.run(["xdotool", "search", "--class", "^Other$"]).stdout.split()[0]
+    s.activate(other)
+    s.pause(STEP)
+    closed_at = time.time()
+    s.run(["xdotool", "windowkill", other], check=False)
+    s.pause(STEP)
+    recorder.send_signal(signal.SIGTERM)
+    recorder.wait(timeout=10)
+
+    rows = window_rows(s, since)
+    terms = [r for r in rows if r[3] and "term" in r[3] and not r[3].startswith("other")]
+    for instant, title in expected:
+        starts = [r for r in terms if abs(r[0] / 1e6 - instant) <= 1.0]
+        s.check(any(r[3] == title for r in starts),
+                f"a row titled \"{title}\" starts within a second of its switch or rename",
+                "\n".join(map(str, terms)))
+    for r in terms:
+        spans = [t for t, _ in expected if r[0] / 1e6 + 1.0 < t < r[1] / 1e6 - 1.0]
+        s.check(not spans, f"no row spans a switch ({r[3]})", r)
+    own = "debian-xterm" if os.path.exists("/usr/share/applications/debian-xterm.desktop") \
+        else "xterm"
+    s.check(all(r[2] == own for r in terms), f"stock xterm windows are \"{own}\"",
+            {r[2] for r in terms})
+    s.check(all(r[4] == "sleep" for r in terms),
+            "each terminal row carries the tool running in its own window", [r[4] for r in terms])
+    others = [r for r in rows if r[2] == "other"]
+    s.check(len(others) == 1 and others[0][3] == "other term",
+            "\"xterm -class Other\" is an application of its own", rows[-3:])
+    s.check(len(others) == 1 and abs(others[0][1] / 1e6 - closed_at) <= 1.0,
+            "closing the window in front ends its row within a second", others)
+
+
 def no_display_run(s):
     """Without a display or buses, the recorder names what is missing and keeps running."""
     env = dict(s.env)
@@ -409,6 +500,7 @@ def main():
         no_display_run(s)
         scenario(s)
         browser_tab_run(s)
+        windows_run(s)
     except Failed as error:
         s.check(False, str(error))
     finally:
