@@ -389,7 +389,8 @@ def windows_run(s):
         flag = os.path.join(flags, name)
         script = (f"while [ ! -e {flag} ]; do sleep 0.1; done; "
                   f"printf '\\033]2;{title} renamed\\007'; exec sleep 100000")
-        s.spawn(["xterm", "-name", name, *options, "-T", title, "-e", "sh", "-c", script])
+        process = s.spawn(["xterm", "-name", name, *options, "-T", title, "-e", "sh", "-c",
+                           script])
         found = []
 
         def appeared():
@@ -397,11 +398,11 @@ def windows_run(s):
             found[:] = result.stdout.split()
             return bool(found)
         s.wait_for(appeared, f"the {name} window")
-        return found[0], flag
+        return found[0], flag, process
 
-    one, one_flag = terminal("term1", "first term")
-    two, _ = terminal("term2", "second term")
-    three, _ = terminal("term3", "third term")
+    one, one_flag, one_process = terminal("term1", "first term")
+    two, _, two_process = terminal("term2", "second term")
+    three, _, three_process = terminal("term3", "third term")
     s.activate(one)
     since = int(time.time() * 1e6)
     recorder = s.start_recorder("record-4.log")
@@ -423,15 +424,24 @@ def windows_run(s):
     switch(two, "second term")
     s.pause(STEP)
 
-    # A class of the user's own: "xterm -class Other" is not Debian's xterm.
-    s.spawn(["xterm", "-class", "Other", "-T", "other term", "-e", "sleep", "100000"])
+    # A class of the user's own: "xterm -class Other" is not Debian's xterm. It is the only
+    # window left when it closes, which is when openbox leaves _NET_ACTIVE_WINDOW on it.
+    for process in (one_process, two_process, three_process):
+        process.terminate()
+        process.wait(timeout=5)
+    # It closes itself when its flag appears, as when the user types "exit".
+    close_flag = os.path.join(flags, "other")
+    s.spawn(["xterm", "-class", "Other", "-T", "other term", "-e", "sh", "-c",
+             f"while [ ! -e {close_flag} ]; do sleep 0.1; done"])
     s.wait_for(lambda: s.run(["xdotool", "search", "--class", "^Other$"], check=False).stdout,
                "the Other window")
     other = s.run(["xdotool", "search", "--class", "^Other$"]).stdout.split()[0]
     s.activate(other)
     s.pause(STEP)
+    open(close_flag, "w").close()
+    s.wait_for(lambda: not s.run(["xdotool", "search", "--class", "^Other$"], check=False).stdout,
+               "the Other window to close")
     closed_at = time.time()
-    s.run(["xdotool", "windowkill", other], check=False)
     s.pause(STEP)
     recorder.send_signal(signal.SIGTERM)
     recorder.wait(timeout=10)
