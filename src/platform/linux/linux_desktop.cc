@@ -1,5 +1,7 @@
 #include "platform/linux/linux_desktop.h"
 
+#include "platform/linux/x11_session.h"
+
 namespace velto::platform {
 
 const char* missingSourceKey(MissingSource source) {
@@ -22,21 +24,23 @@ const char* missingSourceKey(MissingSource source) {
 
 LinuxDesktop::LinuxDesktop()
     : scheduler_(loop_),
-      x11_(loop_, scheduler_, [this](SessionSignal signal) { hub_.deliver(signal); }),
+      session_(std::make_unique<X11Session>(
+          loop_, scheduler_, [this](SessionSignal signal) { hub_.deliver(signal); })),
       dbus_(loop_, [this](SessionSignal signal) { hub_.deliver(signal); }),
       clockWatch_(loop_, [this](SessionSignal signal) { hub_.deliver(signal); }),
-      power_([this] { return x11_.clientApplications(); }),
+      power_([this] { return session_->clientApplications(); }),
       tabs_(scheduler_) {}
 
 Desktop LinuxDesktop::desktop() {
-  return Desktop{x11_, x11_, x11_, power_, hub_, &tabs_, &processes_, clock_, scheduler_};
+  return Desktop{*session_, *session_,   *session_, power_,    hub_,
+                 &tabs_,    &processes_, clock_,    scheduler_};
 }
 
 std::vector<MissingSource> LinuxDesktop::missingSources() const {
   std::vector<MissingSource> missing;
-  if (!x11_.isConnected()) {
+  if (!session_->isConnected()) {
     missing.push_back(MissingSource::display);
-  } else if (!x11_.hasIdleTime()) {
+  } else if (!session_->hasIdleTime()) {
     missing.push_back(MissingSource::idleTime);
   }
   if (!dbus_.hasSessionBus()) missing.push_back(MissingSource::sessionBus);

@@ -1,4 +1,4 @@
-// The real desktop of an X11 session on Linux, assembled for the service set: the X11 session,
+// The real desktop of a Linux session, assembled for the service set: the desktop backend (X11),
 // logind and screen-saver signals, the clock watch, idle inhibitors, /proc and the AT-SPI
 // browser tab reader (off until the service set applies the user's opt-in).
 //
@@ -11,6 +11,7 @@
 // Thread: main thread.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,11 +21,11 @@
 #include "platform/linux/atspi_tab_reader.h"
 #include "platform/linux/clock_watch.h"
 #include "platform/linux/dbus_session_watch.h"
+#include "platform/linux/desktop_session.h"
 #include "platform/linux/event_loop.h"
 #include "platform/linux/event_scheduler.h"
 #include "platform/linux/inhibitor_assertions.h"
 #include "platform/linux/session_signal_hub.h"
-#include "platform/linux/x11_session.h"
 
 namespace velto::platform {
 
@@ -53,7 +54,7 @@ class LinuxDesktop {
   EventLoop loop_;
   EventScheduler scheduler_;
   SessionSignalHub hub_;
-  X11Session x11_;
+  std::unique_ptr<DesktopSession> session_;  // never null
   DbusSessionWatch dbus_;
   ClockWatch clockWatch_;
   InhibitorAssertions power_;

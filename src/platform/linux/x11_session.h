@@ -23,6 +23,7 @@
 
 #include "base/scheduler.h"
 #include "platform/linux/desktop_entries.h"
+#include "platform/linux/desktop_session.h"
 #include "platform/linux/event_loop.h"
 #include "recording/platform_sources.h"
 
@@ -30,9 +31,7 @@ struct xcb_connection_t;
 
 namespace velto::platform {
 
-class X11Session final : public FrontmostAppSource,
-                         public WindowTitleSource,
-                         public IdleTimeSource {
+class X11Session final : public DesktopSession {
  public:
   // `sessionSignal` receives screen-saver and display-sleep changes.
   X11Session(EventLoop& loop, Scheduler& scheduler,
@@ -41,8 +40,9 @@ class X11Session final : public FrontmostAppSource,
   X11Session(const X11Session&) = delete;
   X11Session& operator=(const X11Session&) = delete;
 
-  bool isConnected() const;
-  bool hasIdleTime() const { return hasScreenSaver_; }
+  const char* name() const override { return "x11"; }
+  bool isConnected() const override;
+  bool hasIdleTime() const override { return hasScreenSaver_; }
   bool hasDpms() const { return hasDpms_; }
 
   std::optional<RunningApplication> frontmostApplication() override;
@@ -56,7 +56,7 @@ class X11Session final : public FrontmostAppSource,
   double secondsSinceLastInput() override;
 
   // The applications of every managed window (_NET_CLIENT_LIST), one per process.
-  std::vector<RunningApplication> clientApplications();
+  std::vector<RunningApplication> clientApplications() override;
 
  private:
   struct Property {

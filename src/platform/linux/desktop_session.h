@@ -1,0 +1,25 @@
+// One desktop backend: the window in front and its title, and seconds since the last input, as
+// one display server or compositor tells them (X11, a wlroots compositor, ...). LinuxDesktop
+// holds exactly one, chosen at start-up.
+//
+// Thread: the loop's thread.
+#pragma once
+
+#include <vector>
+
+#include "recording/platform_sources.h"
+
+namespace velto::platform {
+
+class DesktopSession : public FrontmostAppSource, public WindowTitleSource, public IdleTimeSource {
+ public:
+  // The backend's name as `VELTO_BACKEND` and `velto status` spell it ("x11", "wlroots").
+  virtual const char* name() const = 0;
+  // Connected to the display server: windows can be followed.
+  virtual bool isConnected() const = 0;
+  virtual bool hasIdleTime() const = 0;
+  // The applications of every window the desktop manages, one per process (for idle holds).
+  virtual std::vector<RunningApplication> clientApplications() = 0;
+};
+
+}  // namespace velto::platform
