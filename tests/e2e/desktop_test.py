@@ -381,16 +381,13 @@ def windows_run(s):
     os.makedirs(config, mode=0o700, exist_ok=True)
     with open(os.path.join(config, "settings.json"), "w") as f:
         json.dump({"velto.idleThresholdSeconds": 120}, f)
-    flags = os.path.join(s.root, "rename")
+    flags = os.path.join(s.root, "flags")
     os.makedirs(flags, exist_ok=True)
 
     def terminal(name, title, *options):
-        """Stock xterm, one process per window, renaming itself once its flag file appears."""
-        flag = os.path.join(flags, name)
-        script = (f"while [ ! -e {flag} ]; do sleep 0.1; done; "
-                  f"printf '\\033]2;{title} renamed\\007'; exec sleep 100000")
-        process = s.spawn(["xterm", "-name", name, *options, "-T", title, "-e", "sh", "-c",
-                           script])
+        """Stock xterm, one process per window, running one long program (its tool)."""
+        process = s.spawn(["xterm", "-name", name, *options, "-T", title, "-e", "sleep",
+                           "100000"])
         found = []
 
         def appeared():
@@ -398,11 +395,21 @@ def windows_run(s):
             found[:] = result.stdout.split()
             return bool(found)
         s.wait_for(appeared, f"the {name} window")
-        return found[0], flag, process
+        return found[0], process
 
-    one, one_flag, one_process = terminal("term1", "first term")
-    two, _, two_process = terminal("term2", "second term")
-    three, _, three_process = terminal("term3", "third term")
+    def rename(process, title):
+        """Writes the title escape to the terminal, as a program inside it would."""
+        with open(f"/proc/{process.pid}/task/{process.pid}/children") as f:
+            children = f.read().split()
+        if not children:
+            raise Failed(f"xterm {process.pid} runs no program")
+        tty = os.readlink(f"/proc/{children[0]}/fd/1")
+        with open(tty, "w") as terminal_device:
+            terminal_device.write(f"\033]2;{title}\007")
+
+    one, one_process = terminal("term1", "first term")
+    two, two_process = terminal("term2", "second term")
+    three, three_process = terminal("term3", "third term")
     s.activate(one)
     since = int(time.time() * 1e6)
     recorder = s.start_recorder("record-4.log")
@@ -417,7 +424,7 @@ def windows_run(s):
     switch(three, "third term")
     switch(one, "first term")
     s.pause(STEP)
-    open(one_flag, "w").close()
+    rename(one_process, "first term renamed")
     s.wait_for(lambda: s.run(["xdotool", "getwindowname", one]).stdout.strip() ==
                "first term renamed", "the rename")
     expected.append((time.time(), "first term renamed"))
