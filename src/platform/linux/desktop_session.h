@@ -18,6 +18,8 @@ class DesktopSession : public FrontmostAppSource, public WindowTitleSource, publ
   // Connected to the display server: windows can be followed.
   virtual bool isConnected() const = 0;
   virtual bool hasIdleTime() const = 0;
+  // Where idle time comes from ("XScreenSaver", "ext-idle-notify", ...); null without it.
+  virtual const char* idleSource() const = 0;
   // The applications of every window the desktop manages, one per process (for idle holds).
   virtual std::vector<RunningApplication> clientApplications() = 0;
 };

@@ -43,6 +43,7 @@ class X11Session final : public DesktopSession {
   const char* name() const override { return "x11"; }
   bool isConnected() const override;
   bool hasIdleTime() const override { return hasScreenSaver_; }
+  const char* idleSource() const override { return hasScreenSaver_ ? "XScreenSaver" : nullptr; }
   bool hasDpms() const { return hasDpms_; }
 
   std::optional<RunningApplication> frontmostApplication() override;

@@ -1,0 +1,70 @@
+// Which desktop backend follows the window in front, decided once at start-up from the session's
+// environment and, when known, the globals the Wayland compositor advertises.
+//
+// On a Wayland session the X11 backend is never chosen: Xwayland sees only its own clients, so
+// it would report a partial front application as if it were the whole one. When no backend fits,
+// the choice is "none" with the catalog key of the reason, and nothing is recorded from the
+// desktop rather than something wrong. `VELTO_BACKEND` (x11, wlroots, none, auto) overrides the
+// choice; any other value is an error.
+//
+// Thread: any (pure functions), except makeWlrootsSession (the loop's thread).
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/result.h"
+
+namespace velto {
+class Scheduler;
+}
+
+namespace velto::platform {
+
+class DesktopSession;
+class EventLoop;
+
+enum class Backend { none, x11, wlroots };
+
+// The backend's name as `VELTO_BACKEND` and `velto status` spell it ("none", "x11", "wlroots").
+const char* backendName(Backend backend);
+
+// What the choice looks at. Unset variables are empty strings.
+struct BackendEnvironment {
+  std::string sessionType;     // XDG_SESSION_TYPE: "x11", "wayland", "tty", ...
+  std::string waylandDisplay;  // WAYLAND_DISPLAY
+  std::string display;         // DISPLAY
+  std::string currentDesktop;  // XDG_CURRENT_DESKTOP, colon-separated ("ubuntu:GNOME")
+  std::string requested;       // VELTO_BACKEND
+  // The interface names the compositor advertises, when they were asked for; none when not.
+  std::optional<std::vector<std::string>> waylandGlobals;
+};
+
+// The variables of this process's environment (the compositor is not asked).
+BackendEnvironment processBackendEnvironment();
+
+struct BackendChoice {
+  Backend backend = Backend::none;
+  std::string reasonKey;   // when none: catalog key of why ("backend.none.gnome", ...)
+  bool requested = false;  // VELTO_BACKEND named it
+
+  bool operator==(const BackendChoice&) const = default;
+};
+
+// The backend for `environment`; an error (for the log) when VELTO_BACKEND names no backend.
+// Callers show the user "backend.error.unknown %@" with the value.
+Result<BackendChoice> chooseBackend(const BackendEnvironment& environment);
+
+// The choice once its session was made: a wlroots session that could not be made (`made`
+// false: this build has none) or that did not connect (the compositor is unreachable or lacks
+// the toplevel list) leaves no backend. An X11 session that did not connect stays: it says so
+// as the missing display, as it always has.
+BackendChoice afterConnecting(BackendChoice choice, bool made, bool connected);
+
+// The wlroots session, defined with it; null when this build has none.
+std::unique_ptr<DesktopSession> makeWlrootsSession(EventLoop& loop, Scheduler& scheduler);
+
+}  // namespace velto::platform
