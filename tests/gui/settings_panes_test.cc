@@ -5,6 +5,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
@@ -76,6 +77,25 @@ TEST_F(SettingsPanesTest, PermissionsOptInIsTheBrowserReadingSetting) {
   child<QCheckBox>(pane.get(), "Record window titles, sites and terminal tools (not only the app)")
       ->setChecked(false);
   EXPECT_FALSE(scripted.services->settings().detailCaptureEnabled());
+}
+
+TEST_F(SettingsPanesTest, PermissionsNameTheBackendAndWhyThereIsNone) {
+  struct Case {
+    std::string backend, reasonKey;
+    QString line;
+  };
+  const std::vector<Case> cases = {
+      {"x11", "", "Desktop backend: x11"},
+      {"wlroots", "", "Desktop backend: wlroots"},
+      {"", "backend.none.gnome", "Desktop backend: none — GNOME on Wayland is not supported yet."},
+  };
+  for (const Case& test : cases) {
+    PaneContext ctx = context();
+    ctx.backend = test.backend;
+    ctx.backendReasonKey = test.reasonKey;
+    std::unique_ptr<QWidget> pane(makePermissionsPane(ctx));
+    EXPECT_NE(child<QLabel>(pane.get(), test.line), nullptr);
+  }
 }
 
 }  // namespace

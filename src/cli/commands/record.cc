@@ -36,6 +36,12 @@ int record(const Invocation& invocation) {
     say(i18n::text(invocation.language, "recorder.badOption %@", invocation.args.front()));
     return 2;
   }
+  const platform::BackendEnvironment environment = platform::processBackendEnvironment();
+  const Result<platform::BackendChoice> backend = platform::chooseBackend(environment);
+  if (!backend) {
+    say(i18n::text(invocation.language, "backend.error.unknown %@", environment.requested));
+    return 2;
+  }
   ServicePaths paths = defaultServicePaths();
   for (const std::optional<std::filesystem::path>& folder :
        {std::optional(paths.settingsFile.parent_path()), paths.dataFolder, paths.sharedFolder}) {
@@ -64,12 +70,17 @@ int record(const Invocation& invocation) {
   // own that go back when freed, rather than leaving holes in the heap; a fixed threshold also
   // stops glibc from raising it after the first such free.
   mallopt(M_MMAP_THRESHOLD, 64 << 10);
-  platform::LinuxDesktop desktop;
+  platform::LinuxDesktop desktop(*backend);
   platform::EventLoop& loop = desktop.loop();
   platform::SignalWatch interrupt(loop, SIGINT, [&loop] { loop.exit(); });
   platform::SignalWatch terminate(loop, SIGTERM, [&loop] { loop.exit(); });
   for (platform::MissingSource missing : desktop.missingSources()) {
-    say(i18n::text(invocation.language, platform::missingSourceKey(missing)));
+    std::string line = i18n::text(invocation.language, platform::missingSourceKey(missing));
+    // Without a backend nothing is recorded from the desktop: say why on the same line.
+    if (missing == platform::MissingSource::backend) {
+      line += " " + i18n::text(invocation.language, desktop.backendChoice().reasonKey);
+    }
+    say(line);
   }
 
   // Limit alerts, the daily summary and the weekly digest reach the desktop's notification

@@ -1,5 +1,14 @@
 // `velto status [--json | --format waybar]`: whether a recorder runs, whether tracking is paused,
-// and which desktop sources work in this session; or today's chip as one line for a waybar module.
+// which desktop backend runs and which desktop sources work in this session; or today's chip as
+// one line for a waybar module.
+//
+// --json prints one object:
+//   "recorder": {"running": bool, "pid": int}, "paused": bool, "pausedUntil": ISO 8601 | null,
+//   "backend": "x11" | "wlroots" | null (no backend fits this session),
+//   "backendReason": catalog key of why there is no backend | null,
+//   "sources": {"windows", "idle", "sessionBus", "logind", "clock"}: each "ok" | "missing",
+//   "missingSources": [catalog keys of the messages of what is missing],
+//   "browserTabs": "off" | "atspi" | "missing".
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -52,11 +61,26 @@ int status(const Invocation& invocation) {
   const bool paused = settings.isPaused();
   const std::optional<Instant> until = paused ? settings.pausedUntil() : std::nullopt;
 
-  platform::LinuxDesktop desktop;
+  const platform::BackendEnvironment environment = platform::processBackendEnvironment();
+  const Result<platform::BackendChoice> chosen = platform::chooseBackend(environment);
+  if (!chosen) {
+    std::fprintf(stderr, "%s\n",
+                 i18n::text(language, "backend.error.unknown %@", environment.requested).c_str());
+    return 2;
+  }
+  platform::LinuxDesktop desktop(*chosen);
+  const platform::BackendChoice& backend = desktop.backendChoice();
   const std::vector<platform::MissingSource> missing = desktop.missingSources();
   auto has = [&](platform::MissingSource source) {
     return std::find(missing.begin(), missing.end(), source) == missing.end();
   };
+  using platform::MissingSource;
+  const bool windowsSeen =
+      has(MissingSource::backend) && has(MissingSource::display) && has(MissingSource::compositor);
+  const bool idleSeen =
+      windowsSeen && has(MissingSource::idleTime) && has(MissingSource::compositorIdle);
+  const bool logindSeen = has(MissingSource::logind) && has(MissingSource::loginSession);
+  const bool wayland = backend.backend == platform::Backend::wlroots;
   // Tabs are read only with the user's opt-in, and only where the session has an
   // accessibility bus; otherwise browsers are recorded by title.
   const bool tabsOptedIn = settings.accessibilityRequested();
@@ -73,6 +97,15 @@ int status(const Invocation& invocation) {
       sources.push_back(platform::missingSourceKey(source));
     }
     document["missingSources"] = sources;
+    const bool none = backend.backend == platform::Backend::none;
+    document["backend"] = none ? nullptr : nlohmann::json(platform::backendName(backend.backend));
+    document["backendReason"] = none ? nlohmann::json(backend.reasonKey) : nullptr;
+    auto state = [](bool works) { return works ? "ok" : "missing"; };
+    document["sources"] = {{"windows", state(windowsSeen)},
+                           {"idle", state(idleSeen)},
+                           {"sessionBus", state(has(MissingSource::sessionBus))},
+                           {"logind", state(logindSeen)},
+                           {"clock", state(has(MissingSource::clockWatch))}};
     document["browserTabs"] = tabsState;
     out(document.dump(2));
     return 0;
@@ -89,17 +122,20 @@ int status(const Invocation& invocation) {
   }
   const std::string missingText = i18n::text(language, "status.value.missing");
   out(i18n::text(language, "status.sources"));
-  using platform::MissingSource;
+  out("  " + i18n::text(language, "status.source.backend %@",
+                        backend.backend == platform::Backend::none
+                            ? i18n::text(language, "status.value.noBackend %@",
+                                         i18n::text(language, backend.reasonKey))
+                            : std::string(platform::backendName(backend.backend))));
   out("  " + i18n::text(language, "status.source.front %@",
-                        has(MissingSource::display) ? std::string("X11") : missingText));
+                        !windowsSeen ? missingText
+                        : wayland    ? std::string("wlroots")
+                                     : std::string("X11")));
+  const std::string idleSource = desktop.idleSourceName();
   out("  " + i18n::text(language, "status.source.idle %@",
-                        has(MissingSource::display) && has(MissingSource::idleTime)
-                            ? std::string("XScreenSaver")
-                            : missingText));
+                        idleSeen && !idleSource.empty() ? idleSource : missingText));
   out("  " + i18n::text(language, "status.source.session %@",
-                        has(MissingSource::logind) && has(MissingSource::loginSession)
-                            ? std::string("logind")
-                            : missingText));
+                        logindSeen ? std::string("logind") : missingText));
   out("  " + i18n::text(language, "status.source.screenSaver %@",
                         has(MissingSource::sessionBus) ? std::string("D-Bus") : missingText));
   out("  " + i18n::text(language, "status.source.browser %@",

@@ -18,6 +18,15 @@ QWidget* makePermissionsPane(PaneContext& context) {
   bold.setBold(true);
   heading->setFont(bold);
   layout->addWidget(heading);
+  if (!context.backend.empty() || !context.backendReasonKey.empty()) {
+    const std::string backend = !context.backend.empty()
+                                    ? context.backend
+                                    : i18n::text(lang, "status.value.noBackend %@",
+                                                 i18n::text(lang, context.backendReasonKey));
+    auto* backendLine = new QLabel(uiText(lang, "settings.permissions.backend %@", backend));
+    backendLine->setWordWrap(true);
+    layout->addWidget(backendLine);
+  }
   if (context.missingSourceKeys.empty()) {
     layout->addWidget(new QLabel(uiText(lang, "settings.permissions.allWorking")));
   }

@@ -22,6 +22,8 @@ struct PaneContext {
   std::filesystem::path autostartFile;         // ~/.config/autostart/velto.desktop
   std::vector<std::string> missingSourceKeys;  // catalog keys of sources that do not work
   bool notificationServer = false;             // a notification server owns the name
+  std::string backend = {};                    // "x11", "wlroots"; empty: no desktop backend
+  std::string backendReasonKey = {};           // catalog key of why there is none
 };
 
 QWidget* makeGeneralPane(PaneContext& context);

@@ -155,9 +155,13 @@ void DesktopApp::openSettings(std::string_view pane) {
     for (platform::MissingSource source : desktop_.missingSources()) {
       missing.emplace_back(platform::missingSourceKey(source));
     }
-    settings_ = new SettingsWindow(PaneContext{services_, services_.language(), ownProgram(),
-                                               AutostartFile::defaultPath(), std::move(missing),
-                                               notificationServer_});
+    const platform::BackendChoice& backend = desktop_.backendChoice();
+    const bool none = backend.backend == platform::Backend::none;
+    settings_ = new SettingsWindow(
+        PaneContext{services_, services_.language(), ownProgram(), AutostartFile::defaultPath(),
+                    std::move(missing), notificationServer_,
+                    none ? std::string() : std::string(platform::backendName(backend.backend)),
+                    none ? backend.reasonKey : std::string()});
     settings_->setAttribute(Qt::WA_DeleteOnClose);
     windowState_.remember(settings_, QStringLiteral("settings"));
   }

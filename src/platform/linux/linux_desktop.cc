@@ -1,8 +1,40 @@
 #include "platform/linux/linux_desktop.h"
 
+#include "base/log.h"
+#include "platform/linux/wlroots_session.h"
 #include "platform/linux/x11_session.h"
 
 namespace velto::platform {
+
+namespace {
+
+// The desktop when no backend fits: nothing is ever in front, so nothing is recorded from it.
+class NoSession final : public DesktopSession {
+ public:
+  const char* name() const override { return "none"; }
+  bool isConnected() const override { return false; }
+  bool hasIdleTime() const override { return false; }
+  const char* idleSource() const override { return nullptr; }
+  std::optional<RunningApplication> frontmostApplication() override { return std::nullopt; }
+  void setActivationHandler(
+      std::function<void(const std::optional<RunningApplication>&)>) override {}
+  bool observe(const RunningApplication&, std::function<void()>) override { return false; }
+  void stop() override {}
+  std::optional<std::string> focusedWindowTitle(const RunningApplication&) override {
+    return std::nullopt;
+  }
+  double secondsSinceLastInput() override { return 0; }
+  std::vector<RunningApplication> clientApplications() override { return {}; }
+};
+
+BackendChoice choiceFromProcess() {
+  Result<BackendChoice> choice = chooseBackend(processBackendEnvironment());
+  if (choice) return *choice;
+  log::error("%{public}s", choice.error());
+  return BackendChoice{Backend::none, "backend.none.unknownRequest", true};
+}
+
+}  // namespace
 
 const char* missingSourceKey(MissingSource source) {
   switch (source) {
@@ -18,30 +50,69 @@ const char* missingSourceKey(MissingSource source) {
       return "record.missing.loginSession";
     case MissingSource::clockWatch:
       return "record.missing.clockWatch";
+    case MissingSource::backend:
+      return "record.missing.backend";
+    case MissingSource::compositor:
+      return "record.missing.compositor";
+    case MissingSource::compositorIdle:
+      return "record.missing.compositorIdle";
   }
   return "record.missing.display";
 }
 
-LinuxDesktop::LinuxDesktop()
+LinuxDesktop::LinuxDesktop() : LinuxDesktop(choiceFromProcess()) {}
+
+LinuxDesktop::LinuxDesktop(BackendChoice choice)
     : scheduler_(loop_),
-      session_(std::make_unique<X11Session>(
-          loop_, scheduler_, [this](SessionSignal signal) { hub_.deliver(signal); })),
+      choice_(std::move(choice)),
+      session_(makeSession()),
       dbus_(loop_, [this](SessionSignal signal) { hub_.deliver(signal); }),
       clockWatch_(loop_, [this](SessionSignal signal) { hub_.deliver(signal); }),
       power_([this] { return session_->clientApplications(); }),
       tabs_(scheduler_) {}
+
+std::unique_ptr<DesktopSession> LinuxDesktop::makeSession() {
+  std::unique_ptr<DesktopSession> session;
+  switch (choice_.backend) {
+    case Backend::x11:
+      session = std::make_unique<X11Session>(
+          loop_, scheduler_, [this](SessionSignal signal) { hub_.deliver(signal); });
+      break;
+    case Backend::wlroots:
+      session = makeWlrootsSession(loop_, scheduler_);
+      choice_ = afterConnecting(choice_, session != nullptr, session && session->isConnected());
+      break;
+    case Backend::none:
+      break;
+  }
+  if (choice_.backend == Backend::none) {
+    log::debug("No desktop backend: %{public}s", choice_.reasonKey);
+    return std::make_unique<NoSession>();
+  }
+  log::debug("Desktop backend: %{public}s", std::string(backendName(choice_.backend)));
+  return session;
+}
 
 Desktop LinuxDesktop::desktop() {
   return Desktop{*session_, *session_,   *session_, power_,    hub_,
                  &tabs_,    &processes_, clock_,    scheduler_};
 }
 
+std::string LinuxDesktop::idleSourceName() const {
+  if (!session_->isConnected()) return {};
+  const char* source = session_->idleSource();
+  return source != nullptr ? source : "";
+}
+
 std::vector<MissingSource> LinuxDesktop::missingSources() const {
   std::vector<MissingSource> missing;
-  if (!session_->isConnected()) {
-    missing.push_back(MissingSource::display);
+  const bool wayland = choice_.backend == Backend::wlroots;
+  if (choice_.backend == Backend::none) {
+    missing.push_back(MissingSource::backend);
+  } else if (!session_->isConnected()) {
+    missing.push_back(wayland ? MissingSource::compositor : MissingSource::display);
   } else if (!session_->hasIdleTime()) {
-    missing.push_back(MissingSource::idleTime);
+    missing.push_back(wayland ? MissingSource::compositorIdle : MissingSource::idleTime);
   }
   if (!dbus_.hasSessionBus()) missing.push_back(MissingSource::sessionBus);
   if (!dbus_.hasLogind()) {
