@@ -118,6 +118,14 @@ DesktopEntryIndex DesktopEntryIndex::load(const std::vector<std::filesystem::pat
   return DesktopEntryIndex(std::move(entries));
 }
 
+std::string executableName(int pid) {
+  if (pid <= 0) return {};
+  std::error_code error;
+  const std::filesystem::path exe =
+      std::filesystem::read_symlink("/proc/" + std::to_string(pid) + "/exe", error);
+  return error ? std::string() : exe.filename().string();
+}
+
 RunningApplication DesktopEntryIndex::identify(const WindowNames& window, int pid) const {
   return identifyApplication(entries_, window, pid);
 }

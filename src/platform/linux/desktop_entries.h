@@ -30,6 +30,10 @@ std::string desktopFileId(const std::filesystem::path& root, const std::filesyst
 // WM_CLASS property bytes: the instance and the class, each NUL-terminated. None when empty.
 std::optional<std::pair<std::string, std::string>> parseWmClass(std::string_view bytes);
 
+// The base name of process `pid`'s executable ("xterm"), one of the names its windows' application
+// goes by; empty when it cannot be read.
+std::string executableName(int pid);
+
 class DesktopEntryIndex {
  public:
   DesktopEntryIndex() = default;

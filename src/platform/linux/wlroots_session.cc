@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <set>
 
 #include "base/log.h"
@@ -108,14 +107,6 @@ constexpr std::uint32_t kToplevelListVersion = 3;
 // A sway IPC answer comes in well under a millisecond; the loop waits no longer than this.
 constexpr std::chrono::milliseconds kSwayTimeout{250};
 
-// The base name of the process's executable ("foot"); empty when it cannot be read.
-std::string executableName(int pid) {
-  if (pid <= 0) return {};
-  std::error_code error;
-  const std::filesystem::path exe =
-      std::filesystem::read_symlink("/proc/" + std::to_string(pid) + "/exe", error);
-  return error ? std::string() : exe.filename().string();
-}
 
 WlrootsSession::Handle* handleOf(void* data) {
   return static_cast<WlrootsSession::Handle*>(data);

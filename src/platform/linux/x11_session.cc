@@ -7,7 +7,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <set>
 
 #include "base/log.h"
@@ -40,14 +39,6 @@ std::string latin1ToUtf8(const std::string& bytes) {
 
 constexpr double kDpmsPollSeconds = 10;
 
-// The base name of the process's executable ("xterm"); empty when it cannot be read.
-std::string executableName(int pid) {
-  if (pid <= 0) return {};
-  std::error_code error;
-  const std::filesystem::path exe =
-      std::filesystem::read_symlink("/proc/" + std::to_string(pid) + "/exe", error);
-  return error ? std::string() : exe.filename().string();
-}
 
 }  // namespace
 
