@@ -15,8 +15,10 @@ import signal
 import sqlite3
 import subprocess
 import sys
-import tempfile
 import time
+
+import harness
+from harness import Failed
 
 SKIP = 77
 # Segments shorter than 3 s are not recorded; every step lasts longer.
@@ -25,52 +27,9 @@ TOOLS = ["Xvfb", "openbox", "xdotool", "xterm", "xprop", "dbus-daemon", "dbus-se
          "dunstctl"]
 
 
-class Failed(Exception):
-    pass
-
-
-class Session:
+class Session(harness.Session):
     def __init__(self, bin_dir):
-        self.bin = os.path.abspath(bin_dir)
-        self.root = tempfile.mkdtemp(prefix="velto-e2e-")
-        self.processes = []
-        self.failures = []
-        runtime = os.path.join(self.root, "run")
-        os.makedirs(runtime, mode=0o700)
-        self.env = {
-            "PATH": os.environ.get("PATH", "/usr/bin:/bin"),
-            "HOME": self.root,
-            "XDG_RUNTIME_DIR": runtime,
-            "XDG_CONFIG_HOME": os.path.join(self.root, "config"),
-            "XDG_DATA_HOME": os.path.join(self.root, "data"),
-            "XDG_SESSION_ID": "e2e",
-            "TZ": "UTC",
-            "LANG": "C.UTF-8",
-        }
-
-    # --- processes -------------------------------------------------------------------------
-
-    def spawn(self, argv, **kwargs):
-        kwargs.setdefault("stdout", subprocess.DEVNULL)
-        kwargs.setdefault("stderr", subprocess.DEVNULL)
-        process = subprocess.Popen(argv, env=self.env, **kwargs)
-        self.processes.append(process)
-        return process
-
-    def run(self, argv, check=True, timeout=20):
-        result = subprocess.run(argv, env=self.env, capture_output=True, text=True,
-                                timeout=timeout)
-        if check and result.returncode != 0:
-            raise Failed(f"{' '.join(argv)} failed ({result.returncode}): {result.stderr.strip()}")
-        return result
-
-    def start_bus(self, name):
-        bus = self.spawn(["dbus-daemon", "--session", "--nofork", "--print-address=1"],
-                         stdout=subprocess.PIPE, text=True)
-        address = bus.stdout.readline().strip()
-        if not address:
-            raise Failed(f"the {name} bus did not start")
-        return address
+        super().__init__(bin_dir, "velto-e2e-")
 
     def start(self):
         read_end, write_end = os.pipe()
@@ -99,17 +58,6 @@ class Session:
     def wm_running(self):
         result = self.run(["xprop", "-root", "_NET_SUPPORTED"], check=False)
         return "_NET_ACTIVE_WINDOW" in result.stdout
-
-    def wait_for(self, condition, what, seconds=15):
-        deadline = time.monotonic() + seconds
-        while time.monotonic() < deadline:
-            try:
-                if condition():
-                    return
-            except (Failed, subprocess.TimeoutExpired):
-                pass
-            time.sleep(0.1)
-        raise Failed(f"{what} did not come up")
 
     # --- D-Bus -----------------------------------------------------------------------------
 
@@ -184,35 +132,10 @@ class Session:
         self.wait_for(lambda: "Recording." in self.read(log_name), "the recorder")
         return recorder
 
-    def read(self, name):
-        try:
-            with open(os.path.join(self.root, name)) as f:
-                return f.read()
-        except FileNotFoundError:
-            return ""
-
     def segments(self, columns="bundle_id, app_name, window_title, end_reason, seconds"):
         path = os.path.join(self.env["XDG_DATA_HOME"], "Velto", "Velto.sqlite")
         with sqlite3.connect(f"file:{path}?mode=ro", uri=True) as db:
             return db.execute(f"SELECT {columns} FROM segment ORDER BY started_us").fetchall()
-
-    def check(self, condition, what, detail=""):
-        print(("ok    " if condition else "FAIL  ") + what, flush=True)
-        if not condition:
-            self.failures.append(what)
-            if detail:
-                print("      " + str(detail).replace("\n", "\n      "), flush=True)
-
-    def stop(self):
-        for process in reversed(self.processes):
-            if process.poll() is None:
-                process.terminate()
-        for process in reversed(self.processes):
-            try:
-                process.wait(timeout=5)
-            except subprocess.TimeoutExpired:
-                process.kill()
-                process.wait()
 
 
 def scenario(s):

@@ -19,9 +19,11 @@ import signal
 import sqlite3
 import subprocess
 import sys
-import tempfile
 import threading
 import time
+
+import harness
+from harness import CannotStart, Failed
 
 SKIP = 77
 # Segments shorter than 3 s are not recorded; every step lasts longer.
@@ -29,70 +31,12 @@ STEP = 4
 TOOLS = ["sway", "swaymsg", "foot", "dbus-daemon"]
 
 
-class Failed(Exception):
-    pass
-
-
-class CannotStart(Exception):
-    pass
-
-
-class Session:
+class Session(harness.Session):
     def __init__(self, bin_dir):
-        self.bin = os.path.abspath(bin_dir)
-        self.root = tempfile.mkdtemp(prefix="velto-sway-")
+        super().__init__(bin_dir, "velto-sway-")
         os.chmod(self.root, 0o755)
-        self.processes = []
-        self.failures = []
         self.flags = os.path.join(self.root, "flags")
         os.makedirs(self.flags)
-        runtime = os.path.join(self.root, "run")
-        os.makedirs(runtime, mode=0o700)
-        self.env = {
-            "PATH": os.environ.get("PATH", "/usr/bin:/bin"),
-            "HOME": self.root,
-            "XDG_RUNTIME_DIR": runtime,
-            "XDG_CONFIG_HOME": os.path.join(self.root, "config"),
-            "XDG_DATA_HOME": os.path.join(self.root, "data"),
-            "XDG_SESSION_ID": "e2e",
-            "TZ": "UTC",
-            "LANG": "C.UTF-8",
-        }
-
-    # --- processes -------------------------------------------------------------------------
-
-    def spawn(self, argv, env=None, **kwargs):
-        kwargs.setdefault("stdout", subprocess.DEVNULL)
-        kwargs.setdefault("stderr", subprocess.DEVNULL)
-        process = subprocess.Popen(argv, env=env or self.env, **kwargs)
-        self.processes.append(process)
-        return process
-
-    def run(self, argv, check=True, timeout=20):
-        result = subprocess.run(argv, env=self.env, capture_output=True, text=True,
-                                timeout=timeout)
-        if check and result.returncode != 0:
-            raise Failed(f"{' '.join(argv)} failed ({result.returncode}): {result.stderr.strip()}")
-        return result
-
-    def wait_for(self, condition, what, seconds=15):
-        deadline = time.monotonic() + seconds
-        while time.monotonic() < deadline:
-            try:
-                if condition():
-                    return
-            except (Failed, subprocess.TimeoutExpired):
-                pass
-            time.sleep(0.1)
-        raise Failed(f"{what} did not come up")
-
-    def start_bus(self, name):
-        bus = self.spawn(["dbus-daemon", "--session", "--nofork", "--print-address=1"],
-                         stdout=subprocess.PIPE, text=True)
-        address = bus.stdout.readline().strip()
-        if not address:
-            raise CannotStart(f"the private {name} bus did not start")
-        return address
 
     def start(self):
         runtime = self.env["XDG_RUNTIME_DIR"]
@@ -130,31 +74,6 @@ class Session:
                       "sway's IPC")
         self.env["DBUS_SESSION_BUS_ADDRESS"] = self.start_bus("session")
         self.env["DBUS_SYSTEM_BUS_ADDRESS"] = self.start_bus("system")
-
-    def read(self, name):
-        try:
-            with open(os.path.join(self.root, name)) as f:
-                return f.read()
-        except FileNotFoundError:
-            return ""
-
-    def check(self, condition, what, detail=""):
-        print(("ok    " if condition else "FAIL  ") + what, flush=True)
-        if not condition:
-            self.failures.append(what)
-            if detail:
-                print("      " + str(detail).replace("\n", "\n      "), flush=True)
-
-    def stop(self):
-        for process in reversed(self.processes):
-            if process.poll() is None:
-                process.terminate()
-        for process in reversed(self.processes):
-            try:
-                process.wait(timeout=5)
-            except subprocess.TimeoutExpired:
-                process.kill()
-                process.wait()
 
     # --- sway ------------------------------------------------------------------------------
 
