@@ -4,6 +4,8 @@
 #include <cctype>
 #include <cstdlib>
 
+#include "platform/linux/wayland_globals.h"
+
 namespace velto::platform {
 
 namespace {
@@ -80,9 +82,15 @@ const char* backendName(Backend backend) {
 }
 
 BackendEnvironment processBackendEnvironment() {
-  return BackendEnvironment{variable("XDG_SESSION_TYPE"), variable("WAYLAND_DISPLAY"),
-                            variable("DISPLAY"),          variable("XDG_CURRENT_DESKTOP"),
-                            variable("VELTO_BACKEND"),    std::nullopt};
+  BackendEnvironment environment{variable("XDG_SESSION_TYPE"), variable("WAYLAND_DISPLAY"),
+                                 variable("DISPLAY"),          variable("XDG_CURRENT_DESKTOP"),
+                                 variable("VELTO_BACKEND"),    std::nullopt};
+  // The compositor is asked only when the choice would look at its answer.
+  const bool automatic = environment.requested.empty() || environment.requested == "auto";
+  if (automatic && environment.sessionType != "x11" && !environment.waylandDisplay.empty()) {
+    environment.waylandGlobals = advertisedWaylandGlobals();
+  }
+  return environment;
 }
 
 Result<BackendChoice> chooseBackend(const BackendEnvironment& environment) {

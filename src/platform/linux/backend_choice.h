@@ -7,7 +7,8 @@
 // desktop rather than something wrong. `VELTO_BACKEND` (x11, wlroots, none, auto) overrides the
 // choice; any other value is an error.
 //
-// Thread: any (pure functions), except makeWlrootsSession (the loop's thread).
+// Thread: any (pure functions unless said otherwise), except makeWlrootsSession (the loop's
+// thread).
 #pragma once
 
 #include <memory>
@@ -43,7 +44,9 @@ struct BackendEnvironment {
   std::optional<std::vector<std::string>> waylandGlobals;
 };
 
-// The variables of this process's environment (the compositor is not asked).
+// The variables of this process's environment and, on a Wayland session with no backend
+// requested, the globals of the compositor at WAYLAND_DISPLAY (one blocking round trip; none
+// when it cannot be reached). Thread: any.
 BackendEnvironment processBackendEnvironment();
 
 struct BackendChoice {
