@@ -159,12 +159,13 @@ TEST(BackendChoiceTest, AWlrootsSessionThatDoesNotConnectLeavesNone) {
 }
 
 TEST(BackendChoiceTest, MessagesOfAMissingBackendAreInTheCatalog) {
-  for (MissingSource source :
-       {MissingSource::backend, MissingSource::compositor, MissingSource::compositorIdle}) {
+  for (MissingSource source : {MissingSource::backend, MissingSource::compositor,
+                               MissingSource::compositorIdle, MissingSource::processes}) {
     EXPECT_TRUE(i18n::has("en", missingSourceKey(source))) << missingSourceKey(source);
   }
-  for (const char* key : {"backend.none.unknownRequest", "backend.error.unknown %@",
-                          "status.source.backend %@", "status.value.noBackend %@"}) {
+  for (const char* key :
+       {"backend.none.unknownRequest", "backend.error.unknown %@", "status.source.backend %@",
+        "status.value.noBackend %@", "status.source.processes %@"}) {
     EXPECT_TRUE(i18n::has("en", key)) << key;
   }
 }

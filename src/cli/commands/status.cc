@@ -6,7 +6,9 @@
 //   "recorder": {"running": bool, "pid": int}, "paused": bool, "pausedUntil": ISO 8601 | null,
 //   "backend": "x11" | "wlroots" | null (no backend fits this session),
 //   "backendReason": catalog key of why there is no backend | null,
-//   "sources": {"windows", "idle", "sessionBus", "logind", "clock"}: each "ok" | "missing",
+//   "sources": {"windows", "idle", "sessionBus", "logind", "clock", "processes"}: each "ok" |
+//     "missing" ("processes": the process of the window in front is known, so terminal tools
+//     and browser tabs can be read),
 //   "missingSources": [catalog keys of the messages of what is missing],
 //   "browserTabs": "off" | "atspi" | "missing".
 #include <cstdio>
@@ -105,7 +107,8 @@ int status(const Invocation& invocation) {
                            {"idle", state(idleSeen)},
                            {"sessionBus", state(has(MissingSource::sessionBus))},
                            {"logind", state(logindSeen)},
-                           {"clock", state(has(MissingSource::clockWatch))}};
+                           {"clock", state(has(MissingSource::clockWatch))},
+                           {"processes", state(windowsSeen && has(MissingSource::processes))}};
     document["browserTabs"] = tabsState;
     out(document.dump(2));
     return 0;
@@ -131,6 +134,9 @@ int status(const Invocation& invocation) {
                         !windowsSeen ? missingText
                         : wayland    ? std::string("wlroots")
                                      : std::string("X11")));
+  const std::string processSource = desktop.processSourceName();
+  out("  " + i18n::text(language, "status.source.processes %@",
+                        windowsSeen && !processSource.empty() ? processSource : missingText));
   const std::string idleSource = desktop.idleSourceName();
   out("  " + i18n::text(language, "status.source.idle %@",
                         idleSeen && !idleSource.empty() ? idleSource : missingText));

@@ -20,6 +20,10 @@ class DesktopSession : public FrontmostAppSource, public WindowTitleSource, publ
   virtual bool hasIdleTime() const = 0;
   // Where idle time comes from ("XScreenSaver", "ext-idle-notify", ...); null without it.
   virtual const char* idleSource() const = 0;
+  // Where the process of a window comes from ("_NET_WM_PID", "sway IPC"); null when the
+  // desktop does not say, and the applications it reports carry pid 0 (terminal tools and
+  // browser tabs, which read a window's process, are then not read).
+  virtual const char* processSource() const = 0;
   // The applications of every window the desktop manages, one per process (for idle holds).
   virtual std::vector<RunningApplication> clientApplications() = 0;
 };

@@ -15,6 +15,7 @@ class NoSession final : public DesktopSession {
   bool isConnected() const override { return false; }
   bool hasIdleTime() const override { return false; }
   const char* idleSource() const override { return nullptr; }
+  const char* processSource() const override { return nullptr; }
   std::optional<RunningApplication> frontmostApplication() override { return std::nullopt; }
   void setActivationHandler(
       std::function<void(const std::optional<RunningApplication>&)>) override {}
@@ -56,6 +57,8 @@ const char* missingSourceKey(MissingSource source) {
       return "record.missing.compositor";
     case MissingSource::compositorIdle:
       return "record.missing.compositorIdle";
+    case MissingSource::processes:
+      return "record.missing.processes";
   }
   return "record.missing.display";
 }
@@ -104,6 +107,12 @@ std::string LinuxDesktop::idleSourceName() const {
   return source != nullptr ? source : "";
 }
 
+std::string LinuxDesktop::processSourceName() const {
+  if (!session_->isConnected()) return {};
+  const char* source = session_->processSource();
+  return source != nullptr ? source : "";
+}
+
 std::vector<MissingSource> LinuxDesktop::missingSources() const {
   std::vector<MissingSource> missing;
   const bool wayland = choice_.backend == Backend::wlroots;
@@ -111,8 +120,11 @@ std::vector<MissingSource> LinuxDesktop::missingSources() const {
     missing.push_back(MissingSource::backend);
   } else if (!session_->isConnected()) {
     missing.push_back(wayland ? MissingSource::compositor : MissingSource::display);
-  } else if (!session_->hasIdleTime()) {
-    missing.push_back(wayland ? MissingSource::compositorIdle : MissingSource::idleTime);
+  } else {
+    if (!session_->hasIdleTime()) {
+      missing.push_back(wayland ? MissingSource::compositorIdle : MissingSource::idleTime);
+    }
+    if (session_->processSource() == nullptr) missing.push_back(MissingSource::processes);
   }
   if (!dbus_.hasSessionBus()) missing.push_back(MissingSource::sessionBus);
   if (!dbus_.hasLogind()) {

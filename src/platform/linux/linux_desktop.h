@@ -35,7 +35,8 @@ namespace velto::platform {
 
 // A source that could not be started, with the catalog key of the message saying so.
 // `backend`: no desktop backend fits this session (backendChoice() says why); `compositor` and
-// `compositorIdle` are `display` and `idleTime` of a Wayland backend.
+// `compositorIdle` are `display` and `idleTime` of a Wayland backend; `processes`: the backend
+// does not tell a window's process.
 enum class MissingSource {
   display,
   idleTime,
@@ -46,6 +47,7 @@ enum class MissingSource {
   backend,
   compositor,
   compositorIdle,
+  processes,
 };
 
 // The catalog key of the message for `source` ("record.missing.display", ...).
@@ -68,6 +70,8 @@ class LinuxDesktop {
   const BackendChoice& backendChoice() const { return choice_; }
   // How idle time is learnt ("XScreenSaver", "ext-idle-notify", ...); empty without it.
   std::string idleSourceName() const;
+  // Where a window's process is learnt ("_NET_WM_PID", "sway IPC"); empty when it is not.
+  std::string processSourceName() const;
 
   EventLoop& loop() { return loop_; }
   Scheduler& scheduler() { return scheduler_; }

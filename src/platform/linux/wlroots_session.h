@@ -129,6 +129,8 @@ class WlrootsSession final : public DesktopSession {
   bool hasIdleTime() const override { return idleKind_ != nullptr; }
   // "ext-idle-notify", "org_kde_kwin_idle"; null without idle time.
   const char* idleSource() const override { return idleKind_; }
+  // "sway IPC" when SWAYSOCK names sway's socket; null otherwise.
+  const char* processSource() const override { return swaySocket_.empty() ? nullptr : "sway IPC"; }
 
   std::optional<RunningApplication> frontmostApplication() override;
   void setActivationHandler(

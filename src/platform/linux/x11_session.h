@@ -44,6 +44,7 @@ class X11Session final : public DesktopSession {
   bool isConnected() const override;
   bool hasIdleTime() const override { return hasScreenSaver_; }
   const char* idleSource() const override { return hasScreenSaver_ ? "XScreenSaver" : nullptr; }
+  const char* processSource() const override { return "_NET_WM_PID"; }
   bool hasDpms() const { return hasDpms_; }
 
   std::optional<RunningApplication> frontmostApplication() override;
