@@ -3,9 +3,11 @@
 
 Starts sway with the headless backend (as an unprivileged user when run as root, since sway
 refuses to run as root), private session and system buses, and foot terminals of distinct
-app_ids; switches focus with swaymsg and renames a window from a script inside it. Checks what
-velto-e2e-wlroots reports as it happens, then what `velto record` stores with
-VELTO_BACKEND=wlroots.
+app_ids; switches focus with swaymsg, renames a window from a script inside it and moves the
+seat's pointer for input. Checks what velto-e2e-wlroots reports as it happens, which backend
+`velto status` chooses from what sway offers, what `velto record` stores with the wlroots
+backend (switches, renames, pause, idle), that an xterm under Xwayland is never taken for the
+front of a native window, and that the desktop application runs as a native Wayland client.
 
 Usage: sway_test.py BIN_DIR   (the build's bin folder with velto and velto-e2e-wlroots)
 Exit status: 0 all checks passed, 1 a check failed, 77 the session cannot be set up here.
@@ -28,7 +30,9 @@ from harness import CannotStart, Failed
 SKIP = 77
 # Segments shorter than 3 s are not recorded; every step lasts longer.
 STEP = 4
-TOOLS = ["sway", "swaymsg", "foot", "dbus-daemon"]
+TOOLS = ["sway", "swaymsg", "foot", "dbus-daemon", "Xwayland", "xterm"]
+# The idle threshold of the record run: input stops for longer than this, then comes back.
+IDLE_THRESHOLD = 6
 
 
 class Session(harness.Session):
@@ -37,6 +41,9 @@ class Session(harness.Session):
         os.chmod(self.root, 0o755)
         self.flags = os.path.join(self.root, "flags")
         os.makedirs(self.flags)
+        # Programs that sway starts (as nobody when run as root) leave their answers here.
+        os.chmod(self.flags, 0o777)
+        self.user = None
 
     def start(self):
         runtime = self.env["XDG_RUNTIME_DIR"]
@@ -107,6 +114,64 @@ class Session(harness.Session):
         open(flag, "w").close()
         self.wait_for(lambda: any(v.get("name") == title for v in self.views()), "the rename",
                       seconds=5)
+
+
+    def x_display(self):
+        """The Xwayland display sway gives its clients (the server starts on first use)."""
+        answer = os.path.join(self.flags, "display")
+        self.run(["swaymsg", "exec", f"echo $DISPLAY > {answer}"])
+        self.wait_for(lambda: os.path.exists(answer) and os.path.getsize(answer) > 0,
+                      "sway's Xwayland display")
+        with open(answer) as f:
+            return f.read().strip()
+
+    def x_terminal(self, title):
+        """An xterm under Xwayland, started by sway as its own clients are."""
+        self.run(["swaymsg", "exec", f"xterm -T '{title}'"])
+        self.wait_for(lambda: any(v.get("name") == title and v.get("shell") == "xwayland"
+                                  for v in self.views()), f"the {title} X11 window", seconds=20)
+
+    def velto(self, *args, env=None):
+        return subprocess.run([os.path.join(self.bin, "velto"), *args], env=env or self.env,
+                              capture_output=True, text=True, timeout=20)
+
+
+class User:
+    """Pointer input through sway's seat, twice a second while active: headless sway has no
+    input devices, so without it the user counts as away from the start."""
+
+    def __init__(self, s):
+        self.s = s
+        self.active = threading.Event()
+        self.last_input = None
+        threading.Thread(target=self.run, daemon=True).start()
+
+    def run(self):
+        step = 1
+        while True:
+            self.active.wait()
+            # "--": a negative step is not an option of swaymsg's.
+            move = ["swaymsg", "--", "seat", "-", "cursor", "move", str(step), "0"]
+            result = subprocess.run(move, env=self.s.env, capture_output=True, timeout=10)
+            if result.returncode == 0:
+                self.last_input = time.time()
+            step = -step
+            time.sleep(0.5)
+
+    def start(self):
+        """Starts the input; the instant of the first one."""
+        asked = time.time()
+        self.active.set()
+        deadline = time.monotonic() + 5
+        while (self.last_input or 0) < asked and time.monotonic() < deadline:
+            time.sleep(0.05)
+        return self.last_input
+
+    def stop(self):
+        """Stops the input; the instant of the last one."""
+        self.active.clear()
+        time.sleep(0.6)
+        return self.last_input
 
 
 class Probe:
@@ -231,21 +296,34 @@ def segments(s, since_us):
     return [r for r in rows if r[0] >= since_us]
 
 
+def write_settings(s, settings):
+    config = os.path.join(s.env["XDG_CONFIG_HOME"], "Velto")
+    os.makedirs(config, mode=0o700, exist_ok=True)
+    with open(os.path.join(config, "settings.json"), "w") as f:
+        json.dump(settings, f)
+
+
+def start_recorder(s, env, log_name):
+    recorder = s.spawn([os.path.join(s.bin, "velto"), "record"], env=env,
+                       stderr=open(os.path.join(s.root, log_name), "w"))
+    s.wait_for(lambda: "Recording." in s.read(log_name), "the recorder")
+    return recorder
+
+
+def stop_recorder(recorder):
+    recorder.send_signal(signal.SIGTERM)
+    recorder.wait(timeout=10)
+
+
 def record_run(s, one, two):
     """What `velto record` stores with the wlroots backend."""
     (_, _), (_, two_flag) = one, two
-    config = os.path.join(s.env["XDG_CONFIG_HOME"], "Velto")
-    os.makedirs(config, mode=0o700, exist_ok=True)
-    # Headless sway has no input devices: the user counts as away from the start.
-    with open(os.path.join(config, "settings.json"), "w") as f:
-        json.dump({"velto.idleThresholdSeconds": 3600}, f)
+    write_settings(s, {"velto.idleThresholdSeconds": IDLE_THRESHOLD})
     env = dict(s.env, VELTO_BACKEND="wlroots")
     s.focus("first term renamed")
+    s.user.start()
     since = int(time.time() * 1e6)
-    log_path = os.path.join(s.root, "record.log")
-    recorder = s.spawn([os.path.join(s.bin, "velto"), "record"], env=env,
-                       stderr=open(log_path, "w"))
-    s.wait_for(lambda: "Recording." in s.read("record.log"), "the recorder")
+    recorder = start_recorder(s, env, "record.log")
     expected = []  # (instant, title) of every boundary made
 
     def step(action, title):
@@ -259,8 +337,7 @@ def record_run(s, one, two):
     step(lambda: s.rename(two_flag, "second term renamed"), "second term renamed")
 
     def velto(*args):
-        result = subprocess.run([os.path.join(s.bin, "velto"), *args], env=env,
-                                capture_output=True, text=True, timeout=20)
+        result = s.velto(*args, env=env)
         if result.returncode != 0:
             raise Failed(f"velto {' '.join(args)} failed: {result.stderr.strip()}")
 
@@ -271,11 +348,15 @@ def record_run(s, one, two):
     velto("resume")
     resumed = time.time()
     time.sleep(STEP)
+    # Away: no input for well past the threshold (it is checked every 5 s), then back.
+    last_input = s.user.stop()
+    time.sleep(IDLE_THRESHOLD + 8)
+    back = s.user.start()
+    time.sleep(7)
     s.run(["swaymsg", "workspace", "9"])
     emptied = time.time()
     time.sleep(STEP)
-    recorder.send_signal(signal.SIGTERM)
-    recorder.wait(timeout=10)
+    stop_recorder(recorder)
 
     rows = segments(s, since)
     log = s.read("record.log")
@@ -294,9 +375,112 @@ def record_run(s, one, two):
             "velto pause ends the row within a second", renamed)
     s.check(any(abs(r[0] / 1e6 - resumed) <= 1.0 for r in renamed),
             "velto resume starts a row of the window in front within a second", renamed)
+    s.check(any(r[5] == "idle" and abs(r[1] / 1e6 - last_input) <= 1.5 for r in renamed),
+            f"no input past the threshold ends the row with \"idle\" at the last input "
+            f"({last_input:.1f})", renamed)
+    s.check(any(back <= r[0] / 1e6 <= back + 6 for r in renamed),
+            "input again starts a row of the window in front", renamed)
     s.check(bool(renamed) and abs(renamed[-1][1] / 1e6 - emptied) <= 1.0,
             "nothing in front ends the row within a second", renamed)
     s.check("Lost the connection" not in log, "the connection to sway holds", log[-800:])
+
+
+def choice_run(s):
+    """Without VELTO_BACKEND the choice asks the compositor what it offers."""
+    plain = {k: v for k, v in s.env.items() if k != "VELTO_BACKEND"}
+    cases = [
+        # (what, environment, backend, reason)
+        ("a Wayland session whose compositor offers the toplevel list records with wlroots",
+         dict(plain, XDG_SESSION_TYPE="wayland", XDG_CURRENT_DESKTOP="sway"), "wlroots", None),
+        ("the compositor's globals decide over the desktop's name",
+         dict(plain, XDG_SESSION_TYPE="wayland", XDG_CURRENT_DESKTOP="KDE"), "wlroots", None),
+        ("a compositor that cannot be reached leaves no backend, with the reason",
+         dict(plain, XDG_SESSION_TYPE="wayland", XDG_CURRENT_DESKTOP="KDE",
+              WAYLAND_DISPLAY="wayland-none"), None, "backend.none.kde"),
+    ]
+    for what, env, backend, reason in cases:
+        result = s.velto("status", "--json", env=env)
+        try:
+            status = json.loads(result.stdout)
+        except ValueError:
+            status = {}
+        s.check(status.get("backend") == backend and status.get("backendReason") == reason,
+                what, result.stdout.strip()[:600] or result.stderr.strip())
+
+    # Processes come from sway's IPC: without SWAYSOCK the status says they are not known.
+    for env, known in ((plain, True), ({k: v for k, v in plain.items() if k != "SWAYSOCK"}, False)):
+        result = s.velto("status", "--json", env=dict(env, VELTO_BACKEND="wlroots"))
+        try:
+            status = json.loads(result.stdout)
+        except ValueError:
+            status = {}
+        said = "record.missing.processes" in status.get("missingSources", [])
+        s.check(status.get("sources", {}).get("processes") == ("ok" if known else "missing")
+                and said != known,
+                "window processes are " + ("known through sway's IPC" if known else
+                                           "said to be unknown without SWAYSOCK"),
+                result.stdout.strip()[:600])
+
+
+def xwayland_run(s, one):
+    """With Xwayland running, the X11 view of the session is never taken for the front."""
+    display = s.x_display()
+    s.x_terminal("x term")
+    # What a user's session looks like: both displays, no VELTO_BACKEND.
+    env = {k: v for k, v in s.env.items() if k != "VELTO_BACKEND"}
+    env.update(XDG_SESSION_TYPE="wayland", DISPLAY=display)
+    status = s.velto("status", "--json", env=env)
+    s.check('"backend":"wlroots"' in status.stdout.replace(" ", ""),
+            "a Wayland session with Xwayland chooses the wlroots backend",
+            status.stdout.strip()[:600])
+    s.focus("x term")
+    since = int(time.time() * 1e6)
+    recorder = start_recorder(s, env, "record-xwayland.log")
+    time.sleep(STEP)
+    s.focus("first term renamed")
+    native = time.time()
+    time.sleep(STEP)
+    s.focus("x term")
+    x11 = time.time()
+    time.sleep(STEP)
+    stop_recorder(recorder)
+    rows = segments(s, since)
+    s.check(any(r[2] == "one" and r[4] == "first term renamed" and abs(r[0] / 1e6 - native) <= 1
+                for r in rows),
+            "a native window in front is recorded as itself while an X11 window is open",
+            "\n".join(map(str, rows)))
+    s.check(not any(r[4] == "x term" and r[0] / 1e6 < native + 0.5 < r[1] / 1e6 for r in rows),
+            "no row of the X11 window covers the time the native one was in front", rows)
+    s.check(any(r[4] == "x term" and abs(r[0] / 1e6 - x11) <= 1 and r[2] for r in rows),
+            "the X11 window in front is recorded with its application", rows)
+
+
+def gui_run(s):
+    """The desktop application runs as a native Wayland client and records."""
+    env = {k: v for k, v in s.env.items() if k != "VELTO_BACKEND"}
+    env.update(XDG_SESSION_TYPE="wayland", XDG_CURRENT_DESKTOP="sway")
+    s.focus("first term renamed")
+    since = int(time.time() * 1e6)
+    gui = s.spawn([os.path.join(s.bin, "velto-gui")], env=env,
+                  stderr=open(os.path.join(s.root, "gui.log"), "w"))
+    s.wait_for(lambda: any(v.get("app_id") == "velto" for v in s.views()),
+               "the desktop application's window", seconds=20)
+    windows = [v for v in s.views() if v.get("app_id") == "velto"]
+    s.check(all(v.get("shell") == "xdg_shell" for v in windows),
+            "the desktop application's windows are native Wayland windows",
+            [(v.get("name"), v.get("shell")) for v in windows])
+    log = s.read("gui.log")
+    s.check("no tray area" in log, "without a tray it says so and opens the report window",
+            log[-600:])
+    time.sleep(STEP)
+    s.focus("second term renamed")
+    switched = time.time()
+    time.sleep(STEP)
+    gui.send_signal(signal.SIGTERM)
+    gui.wait(timeout=10)
+    rows = segments(s, since)
+    s.check(any(r[4] == "second term renamed" and abs(r[0] / 1e6 - switched) <= 1 for r in rows),
+            "the desktop application records the window in front", "\n".join(map(str, rows)))
 
 
 def main():
@@ -324,7 +508,11 @@ def main():
         two = s.terminal("org.example.Two", "second term")
         three = s.terminal("one", "third term")
         probe_run(s, one, two, three)
+        s.user = User(s)
+        choice_run(s)
         record_run(s, one, two)
+        xwayland_run(s, one)
+        gui_run(s)
     except Failed as error:
         s.check(False, str(error))
     finally:
