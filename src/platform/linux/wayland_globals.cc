@@ -38,4 +38,18 @@ std::optional<std::vector<std::string>> advertisedWaylandGlobals() {
   return names;
 }
 
+bool readAndDispatch(wl_display* display) {
+  if (display == nullptr) return false;
+  while (wl_display_prepare_read(display) != 0) {
+    if (wl_display_dispatch_pending(display) < 0) return false;
+  }
+  // EAGAIN: the socket buffer is full; the rest goes out with the next flush.
+  wl_display_flush(display);
+  // Reads what is there without waiting (0 when nothing is); -1 only when the connection broke.
+  if (wl_display_read_events(display) < 0) return false;
+  if (wl_display_dispatch_pending(display) < 0) return false;
+  wl_display_flush(display);
+  return true;
+}
+
 }  // namespace velto::platform

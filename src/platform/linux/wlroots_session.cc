@@ -9,10 +9,9 @@
 #include <set>
 
 #include "base/log.h"
-#include "ext-idle-notify-v1-client-protocol.h"
-#include "idle-client-protocol.h"
 #include "platform/linux/backend_choice.h"
 #include "platform/linux/sway_ipc.h"
+#include "platform/linux/wayland_globals.h"
 #include "wlr-foreign-toplevel-management-unstable-v1-client-protocol.h"
 
 namespace velto::platform {
@@ -107,7 +106,6 @@ constexpr std::uint32_t kToplevelListVersion = 3;
 // A sway IPC answer comes in well under a millisecond; the loop waits no longer than this.
 constexpr std::chrono::milliseconds kSwayTimeout{250};
 
-
 WlrootsSession::Handle* handleOf(void* data) {
   return static_cast<WlrootsSession::Handle*>(data);
 }
@@ -167,24 +165,6 @@ const zwlr_foreign_toplevel_manager_v1_listener kManagerListener = {
     },
 };
 
-const ext_idle_notification_v1_listener kIdleNotificationListener = {
-    [](void* data, ext_idle_notification_v1*) {
-      static_cast<WlrootsSession*>(data)->idleChanged(true);
-    },
-    [](void* data, ext_idle_notification_v1*) {
-      static_cast<WlrootsSession*>(data)->idleChanged(false);
-    },
-};
-
-const org_kde_kwin_idle_timeout_listener kKdeIdleListener = {
-    [](void* data, org_kde_kwin_idle_timeout*) {
-      static_cast<WlrootsSession*>(data)->idleChanged(true);
-    },
-    [](void* data, org_kde_kwin_idle_timeout*) {
-      static_cast<WlrootsSession*>(data)->idleChanged(false);
-    },
-};
-
 }  // namespace
 
 // ---- WlrootsSession ------------------------------------------------------------------------
@@ -212,16 +192,6 @@ WlrootsSession::WlrootsSession(EventLoop& loop, Scheduler& scheduler) : schedule
     disconnect();
     return;
   }
-  const auto timeoutMs = static_cast<std::uint32_t>(kIdleTimeoutSeconds * 1000);
-  if (seat_ != nullptr && idleNotifier_ != nullptr) {
-    idleNotification_ = ext_idle_notifier_v1_get_idle_notification(idleNotifier_, timeoutMs, seat_);
-    ext_idle_notification_v1_add_listener(idleNotification_, &kIdleNotificationListener, this);
-    idleKind_ = "ext-idle-notify";
-  } else if (seat_ != nullptr && kdeIdle_ != nullptr) {
-    kdeIdleTimeout_ = org_kde_kwin_idle_get_idle_timeout(kdeIdle_, seat_, timeoutMs);
-    org_kde_kwin_idle_timeout_add_listener(kdeIdleTimeout_, &kKdeIdleListener, this);
-    idleKind_ = "org_kde_kwin_idle";
-  }
   // The toplevels that are open now, each up to its first `done`.
   if (wl_display_roundtrip(display_) < 0) {
     log::error("The Wayland compositor %{public}s does not answer", std::string(name));
@@ -229,6 +199,7 @@ WlrootsSession::WlrootsSession(EventLoop& loop, Scheduler& scheduler) : schedule
     return;
   }
   connected_ = true;
+  idle_ = std::make_unique<WaylandIdleWatch>(loop);
   if (const char* sway = std::getenv("SWAYSOCK"); sway != nullptr) swaySocket_ = sway;
   entries_ = DesktopEntryIndex::load(DesktopEntryIndex::applicationFolders());
   settle(false);
@@ -248,23 +219,13 @@ void WlrootsSession::disconnect() {
   connected_ = false;
   for (auto& [id, handle] : handles_) zwlr_foreign_toplevel_handle_v1_destroy(handle->proxy);
   handles_.clear();
-  if (idleNotification_ != nullptr) ext_idle_notification_v1_destroy(idleNotification_);
-  if (kdeIdleTimeout_ != nullptr) org_kde_kwin_idle_timeout_release(kdeIdleTimeout_);
-  if (idleNotifier_ != nullptr) ext_idle_notifier_v1_destroy(idleNotifier_);
-  if (kdeIdle_ != nullptr) org_kde_kwin_idle_destroy(kdeIdle_);
   if (manager_ != nullptr) zwlr_foreign_toplevel_manager_v1_destroy(manager_);
-  if (seat_ != nullptr) wl_seat_destroy(seat_);
   if (registry_ != nullptr) wl_registry_destroy(registry_);
   if (display_ != nullptr) wl_display_disconnect(display_);
-  idleNotification_ = nullptr;
-  kdeIdleTimeout_ = nullptr;
-  idleNotifier_ = nullptr;
-  kdeIdle_ = nullptr;
   manager_ = nullptr;
-  seat_ = nullptr;
   registry_ = nullptr;
   display_ = nullptr;
-  idleKind_ = nullptr;
+  idle_.reset();
 }
 
 void WlrootsSession::globalAdded(wl_registry* registry, std::uint32_t name, const char* interface,
@@ -275,14 +236,6 @@ void WlrootsSession::globalAdded(wl_registry* registry, std::uint32_t name, cons
         wl_registry_bind(registry, name, &zwlr_foreign_toplevel_manager_v1_interface,
                          std::min(version, kToplevelListVersion)));
     zwlr_foreign_toplevel_manager_v1_add_listener(manager_, &kManagerListener, this);
-  } else if (which == wl_seat_interface.name && seat_ == nullptr) {
-    seat_ = static_cast<wl_seat*>(wl_registry_bind(registry, name, &wl_seat_interface, 1));
-  } else if (which == ext_idle_notifier_v1_interface.name && idleNotifier_ == nullptr) {
-    idleNotifier_ = static_cast<ext_idle_notifier_v1*>(
-        wl_registry_bind(registry, name, &ext_idle_notifier_v1_interface, 1));
-  } else if (which == org_kde_kwin_idle_interface.name && kdeIdle_ == nullptr) {
-    kdeIdle_ = static_cast<org_kde_kwin_idle*>(
-        wl_registry_bind(registry, name, &org_kde_kwin_idle_interface, 1));
   }
 }
 
@@ -308,31 +261,9 @@ void WlrootsSession::listFinished() {
   manager_ = nullptr;
 }
 
-void WlrootsSession::idleChanged(bool idle) {
-  const double now =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - epoch_).count();
-  if (idle) {
-    idle_.idled(now);
-  } else {
-    idle_.resumed();
-  }
-}
-
-void WlrootsSession::flush() {
-  // EAGAIN: the socket buffer is full; the rest goes out with the next flush.
-  if (display_ != nullptr) wl_display_flush(display_);
-}
-
 void WlrootsSession::dispatch() {
   if (!connected_) return;
-  while (wl_display_prepare_read(display_) != 0) {
-    if (wl_display_dispatch_pending(display_) < 0) return lost("dispatch");
-  }
-  flush();
-  // Reads what is there without waiting (0 when nothing is); -1 only when the connection broke.
-  if (wl_display_read_events(display_) < 0) return lost("read");
-  if (wl_display_dispatch_pending(display_) < 0) return lost("dispatch");
-  flush();
+  if (!readAndDispatch(display_)) return lost("read");
   settle(true);
 }
 
@@ -345,7 +276,6 @@ void WlrootsSession::lost(const char* why) {
   disconnect();
   toplevels_ = ToplevelList();
   pids_.clear();
-  idle_.resumed();
   const bool hadFront = front_.has_value();
   front_.reset();
   if (hadFront && activation_) activation_(std::nullopt);
@@ -416,10 +346,7 @@ std::optional<std::string> WlrootsSession::focusedWindowTitle(const RunningAppli
 }
 
 double WlrootsSession::secondsSinceLastInput() {
-  if (!connected_ || idleKind_ == nullptr) return 0;
-  const double now =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - epoch_).count();
-  return idle_.secondsSinceLastInput(now);
+  return connected_ && idle_ ? idle_->secondsSinceLastInput() : 0;
 }
 
 std::vector<RunningApplication> WlrootsSession::clientApplications() {

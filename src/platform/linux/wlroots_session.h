@@ -1,8 +1,8 @@
 // The session of a wlroots compositor (sway and its kind), on libwayland-client: the toplevel
 // in front and its title from the foreign-toplevel list (zwlr_foreign_toplevel_manager_v1), its
 // application from the app_id and the desktop entries, its process from sway's IPC when
-// SWAYSOCK names it (else pid 0), and idle time from ext_idle_notifier_v1, else
-// org_kde_kwin_idle.
+// SWAYSOCK names it (else pid 0), and idle time from the compositor's idle notification
+// (WaylandIdleWatch, on a connection of its own).
 //
 // Every toplevel is a window with a number of its own (1, 2, ... in the order the compositor
 // announced them; never reused). Every change of activated toplevel is an activation, also
@@ -31,17 +31,13 @@
 #include "platform/linux/desktop_entries.h"
 #include "platform/linux/desktop_session.h"
 #include "platform/linux/event_loop.h"
+#include "platform/linux/wayland_idle.h"
 #include "recording/platform_sources.h"
 
 struct wl_display;
 struct wl_registry;
-struct wl_seat;
 struct zwlr_foreign_toplevel_manager_v1;
 struct zwlr_foreign_toplevel_handle_v1;
-struct ext_idle_notifier_v1;
-struct ext_idle_notification_v1;
-struct org_kde_kwin_idle;
-struct org_kde_kwin_idle_timeout;
 
 namespace velto::platform {
 
@@ -92,31 +88,8 @@ class ToplevelList {
   std::string frontTitle_;
 };
 
-// Seconds since the last input, from a notifier that only says "no input for `timeout`" and
-// "input again". Times are seconds on a monotonic clock.
-//
-// Answers 0 until the notifier reports idle; from then on, the time since the instant of that
-// report less the timeout (the last input). So it is exact once the user has been away longer
-// than the timeout, and 0 (too low by up to the timeout) before that.
-class IdleEstimate {
- public:
-  explicit IdleEstimate(double timeoutSeconds) : timeout_(timeoutSeconds) {}
-  void idled(double now) { lastInput_ = now - timeout_; }
-  void resumed() { lastInput_.reset(); }
-  double secondsSinceLastInput(double now) const {
-    return lastInput_ && now > *lastInput_ ? now - *lastInput_ : 0;
-  }
-
- private:
-  double timeout_;
-  std::optional<double> lastInput_;
-};
-
 class WlrootsSession final : public DesktopSession {
  public:
-  // The idle notification's timeout: the granularity of secondsSinceLastInput().
-  static constexpr double kIdleTimeoutSeconds = 1;
-
   // Connects to $WAYLAND_DISPLAY and reads the toplevels there now (blocking round trips).
   WlrootsSession(EventLoop& loop, Scheduler& scheduler);
   ~WlrootsSession() override;
@@ -126,9 +99,9 @@ class WlrootsSession final : public DesktopSession {
   const char* name() const override { return "wlroots"; }
   bool isConnected() const override { return connected_; }
   // An idle notifier (ext_idle_notifier_v1 or org_kde_kwin_idle) on a seat.
-  bool hasIdleTime() const override { return idleKind_ != nullptr; }
+  bool hasIdleTime() const override { return idleSource() != nullptr; }
   // "ext-idle-notify", "org_kde_kwin_idle"; null without idle time.
-  const char* idleSource() const override { return idleKind_; }
+  const char* idleSource() const override { return idle_ ? idle_->source() : nullptr; }
   // "sway IPC" when SWAYSOCK names sway's socket; null otherwise.
   const char* processSource() const override { return swaySocket_.empty() ? nullptr : "sway IPC"; }
 
@@ -140,8 +113,7 @@ class WlrootsSession final : public DesktopSession {
   void stop() override;
   std::optional<std::string> focusedWindowTitle(const RunningApplication& window) override;
 
-  // Seconds since the last input, to within kIdleTimeoutSeconds (see IdleEstimate). An idle
-  // inhibitor (a playing video) keeps it at 0, as the compositor then reports no idle.
+  // Seconds since the last input, to within WaylandIdleWatch::kTimeoutSeconds.
   double secondsSinceLastInput() override;
 
   // The applications of every open toplevel, one per process; toplevels whose process is not
@@ -155,14 +127,12 @@ class WlrootsSession final : public DesktopSession {
   void toplevelAnnounced(zwlr_foreign_toplevel_handle_v1* handle);
   void toplevelClosed(Handle* handle);
   void listFinished();
-  void idleChanged(bool idle);
   ToplevelList& toplevelList() { return toplevels_; }
 
  private:
   std::optional<RunningApplication> applicationOf(std::uint64_t id, bool askSway);
   int pidOf(std::uint64_t id, bool askSway);
   void dispatch();
-  void flush();
   void settle(bool notify);
   void lost(const char* why);
   void disconnect();
@@ -170,13 +140,7 @@ class WlrootsSession final : public DesktopSession {
   Scheduler& scheduler_;
   wl_display* display_ = nullptr;
   wl_registry* registry_ = nullptr;
-  wl_seat* seat_ = nullptr;
   zwlr_foreign_toplevel_manager_v1* manager_ = nullptr;
-  ext_idle_notifier_v1* idleNotifier_ = nullptr;
-  ext_idle_notification_v1* idleNotification_ = nullptr;
-  org_kde_kwin_idle* kdeIdle_ = nullptr;
-  org_kde_kwin_idle_timeout* kdeIdleTimeout_ = nullptr;
-  const char* idleKind_ = nullptr;
   std::unique_ptr<FdWatch> watch_;
   bool connected_ = false;
   std::string swaySocket_;
@@ -189,8 +153,7 @@ class WlrootsSession final : public DesktopSession {
   std::function<void(const std::optional<RunningApplication>&)> activation_;
   std::uint64_t observedWindow_ = 0;
   std::function<void()> onChange_;
-  IdleEstimate idle_{kIdleTimeoutSeconds};
-  std::chrono::steady_clock::time_point epoch_ = std::chrono::steady_clock::now();
+  std::unique_ptr<WaylandIdleWatch> idle_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);  // for actions posted to the loop
 };
 
