@@ -10,6 +10,7 @@
 #include "platform/linux/bus_connection.h"
 #include "platform/linux/dbus_session_watch.h"
 #include "platform/linux/inhibitor_assertions.h"
+#include "platform/linux/shell_reports.h"
 
 namespace velto::platform {
 namespace {
@@ -139,6 +140,37 @@ TEST(Inhibitors, ListReplyReadsEveryRowAndRejectsOtherShapes) {
   bus::Message other = factory.signal(
       [](sd_bus_message* m) { return sd_bus_message_append(m, "a(ssss)", 1, "a", "b", "c", "d"); });
   EXPECT_FALSE(parseLogindInhibitors(other.get()));
+}
+
+TEST(ShellWindowReports, ReadTheFocusedWindowAndRefuseOtherBodies) {
+  MessageFactory factory;
+  bus::Message terminal = factory.signal([](sd_bus_message* m) {
+    return sd_bus_message_append(m, "sssssi", "1234", "Gnome-terminal", "gnome-terminal-server",
+                                 "org.gnome.Terminal.desktop", "~ — bash", 812);
+  });
+  const std::optional<ShellWindow> window = readWindowReport(terminal.get());
+  ASSERT_TRUE(window);
+  EXPECT_EQ(window->key, "1234");
+  EXPECT_EQ(window->windowClass, "Gnome-terminal");
+  EXPECT_EQ(window->instance, "gnome-terminal-server");
+  EXPECT_EQ(window->appId, "org.gnome.Terminal");  // without ".desktop"
+  EXPECT_EQ(window->title, "~ — bash");
+  EXPECT_EQ(window->pid, 812);
+
+  bus::Message nothing = factory.signal(
+      [](sd_bus_message* m) { return sd_bus_message_append(m, "sssssi", "", "", "", "", "", -1); });
+  const std::optional<ShellWindow> none = readWindowReport(nothing.get());
+  ASSERT_TRUE(none);
+  EXPECT_TRUE(none->key.empty());
+  EXPECT_EQ(none->pid, 0);  // unknown, never negative
+
+  bus::Message shortBody = factory.signal(
+      [](sd_bus_message* m) { return sd_bus_message_append(m, "sssss", "1", "a", "b", "c", "d"); });
+  EXPECT_FALSE(readWindowReport(shortBody.get()));
+  bus::Message unsignedPid = factory.signal([](sd_bus_message* m) {
+    return sd_bus_message_append(m, "sssssu", "1", "a", "b", "c", "d", 5u);
+  });
+  EXPECT_FALSE(readWindowReport(unsignedPid.get()));
 }
 
 }  // namespace

@@ -90,6 +90,15 @@ bool nameHasOwner(sd_bus* bus, const char* name, std::chrono::milliseconds timeo
          sd_bus_message_read(reply.get(), "b", &owned) > 0 && owned != 0;
 }
 
+std::optional<std::string> nameOwner(sd_bus* bus, const char* name,
+                                     std::chrono::milliseconds timeout) {
+  Message call = methodCall(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                            "org.freedesktop.DBus", "GetNameOwner");
+  if (!call || sd_bus_message_append(call.get(), "s", name) < 0) return std::nullopt;
+  Message reply = callBlocking(bus, call.get(), timeout);
+  return readString(reply.get());
+}
+
 std::string signatureOf(sd_bus_message* message) {
   const char* signature = sd_bus_message_get_signature(message, 1);
   return signature != nullptr ? std::string(signature) : std::string();

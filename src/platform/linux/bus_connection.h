@@ -53,6 +53,10 @@ Message callBlocking(sd_bus* bus, sd_bus_message* call, std::chrono::millisecond
 // Whether some connection owns `name` on `bus` right now (asked within `timeout`).
 bool nameHasOwner(sd_bus* bus, const char* name, std::chrono::milliseconds timeout);
 
+// The unique name (":1.42") that owns `name` on `bus` right now; none when no one does.
+std::optional<std::string> nameOwner(sd_bus* bus, const char* name,
+                                     std::chrono::milliseconds timeout);
+
 // The message's full signature ("" when it has no body).
 std::string signatureOf(sd_bus_message* message);
 

@@ -5,6 +5,7 @@
 // Thread: the loop's thread.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "recording/platform_sources.h"
@@ -24,6 +25,9 @@ class DesktopSession : public FrontmostAppSource, public WindowTitleSource, publ
   // desktop does not say, and the applications it reports carry pid 0 (terminal tools and
   // browser tabs, which read a window's process, are then not read).
   virtual const char* processSource() const = 0;
+  // Why a session that is not connected cannot follow windows, as a catalog key for the user;
+  // empty when the backend's general reason says it.
+  virtual std::string unavailableReason() const { return {}; }
   // The applications of every window the desktop manages, one per process (for idle holds).
   virtual std::vector<RunningApplication> clientApplications() = 0;
 };
