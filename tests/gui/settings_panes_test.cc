@@ -87,7 +87,10 @@ TEST_F(SettingsPanesTest, PermissionsNameTheBackendAndWhyThereIsNone) {
   const std::vector<Case> cases = {
       {"x11", "", "Desktop backend: x11"},
       {"wlroots", "", "Desktop backend: wlroots"},
-      {"", "backend.none.gnome", "Desktop backend: none — GNOME on Wayland is not supported yet."},
+      {"kwin", "", "Desktop backend: kwin"},
+      {"", "backend.none.kwinScript",
+       "Desktop backend: none — KWin did not run Velto's window script: the application in front, "
+       "window titles and idle time are not recorded."},
   };
   for (const Case& test : cases) {
     PaneContext ctx = context();

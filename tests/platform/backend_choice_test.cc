@@ -61,19 +61,22 @@ TEST(BackendChoiceTest, ChoosesFromTheSessionAndTheCompositor) {
        chosen(Backend::none, "backend.none.noToplevelList")},
       {"GNOME on Wayland",
        {"wayland", "wayland-0", ":0", "GNOME", "", std::nullopt},
-       chosen(Backend::none, "backend.none.gnome")},
+       chosen(Backend::gnome)},
       {"GNOME on Wayland, distribution prefix",
        {"wayland", "wayland-0", ":0", "ubuntu:GNOME", "", std::nullopt},
-       chosen(Backend::none, "backend.none.gnome")},
+       chosen(Backend::gnome)},
       {"GNOME Classic on Wayland",
        {"wayland", "wayland-0", "", "GNOME-Classic:GNOME", "", {}},
-       chosen(Backend::none, "backend.none.gnome")},
+       chosen(Backend::gnome)},
       {"GNOME on Wayland, globals asked",
        {"wayland", "wayland-0", ":0", "GNOME", "", kBareGlobals},
-       chosen(Backend::none, "backend.none.gnome")},
+       chosen(Backend::gnome)},
       {"KDE on Wayland",
        {"wayland", "wayland-0", ":0", "KDE", "", std::nullopt},
-       chosen(Backend::none, "backend.none.kde")},
+       chosen(Backend::kwin)},
+      {"KDE on Wayland, globals asked (KWin has no wlroots toplevel list)",
+       {"wayland", "wayland-0", ":0", "KDE", "", kBareGlobals},
+       chosen(Backend::kwin)},
       {"KDE on X11 stays X11", {"x11", "", ":0", "KDE", "", std::nullopt}, chosen(Backend::x11)},
       {"GNOME on X11 stays X11",
        {"x11", "", ":0", "ubuntu:GNOME", "", std::nullopt},
@@ -93,6 +96,12 @@ TEST(BackendChoiceTest, ChoosesFromTheSessionAndTheCompositor) {
       {"VELTO_BACKEND=wlroots on X11",
        {"x11", "", ":0", "", "wlroots", {}},
        chosen(Backend::wlroots, "", true)},
+      {"VELTO_BACKEND=kwin on sway",
+       {"wayland", "wayland-0", "", "sway", "kwin", kWlrootsGlobals},
+       chosen(Backend::kwin, "", true)},
+      {"VELTO_BACKEND=gnome without a session type",
+       {"", "wayland-0", "", "", "gnome", std::nullopt},
+       chosen(Backend::gnome, "", true)},
       {"VELTO_BACKEND=none",
        {"x11", "", ":0", "", "none", std::nullopt},
        chosen(Backend::none, "backend.none.requested", true)},
@@ -122,35 +131,48 @@ TEST(BackendChoiceTest, NeverChoosesX11OnWaylandUnlessAsked) {
 }
 
 TEST(BackendChoiceTest, AnUnknownRequestIsAnError) {
-  for (const char* value : {"X11", "wayland", "gnome", "x11 ", "wlroots,x11"}) {
+  for (const char* value : {"X11", "wayland", "GNOME", "kde", "x11 ", "wlroots,x11"}) {
     const Result<BackendChoice> choice = chooseBackend({"x11", "", ":0", "", value, std::nullopt});
     ASSERT_FALSE(choice.ok()) << value;
     EXPECT_NE(choice.error().find(value), std::string::npos) << choice.error();
   }
 }
 
-TEST(BackendChoiceTest, AWlrootsSessionThatDoesNotConnectLeavesNone) {
+TEST(BackendChoiceTest, AWaylandSessionThatDoesNotConnectLeavesNoneWithItsReason) {
   struct Case {
     const char* name;
     BackendChoice choice;
     bool made;
     bool connected;
     BackendChoice expected;
+    std::string sessionReason;
   };
   const std::vector<Case> cases = {
-      {"wlroots connected", chosen(Backend::wlroots), true, true, chosen(Backend::wlroots)},
+      {"wlroots connected", chosen(Backend::wlroots), true, true, chosen(Backend::wlroots), ""},
       {"wlroots not connected", chosen(Backend::wlroots), true, false,
-       chosen(Backend::none, "backend.none.compositor")},
+       chosen(Backend::none, "backend.none.compositor"), ""},
       {"wlroots not in this build", chosen(Backend::wlroots), false, false,
-       chosen(Backend::none, "backend.none.notBuilt")},
+       chosen(Backend::none, "backend.none.notBuilt"), ""},
       {"asked-for wlroots not connected", chosen(Backend::wlroots, "", true), true, false,
-       chosen(Backend::none, "backend.none.compositor", true)},
-      {"x11 without a display stays x11", chosen(Backend::x11), true, false, chosen(Backend::x11)},
-      {"none stays none", chosen(Backend::none, "backend.none.gnome"), false, false,
-       chosen(Backend::none, "backend.none.gnome")},
+       chosen(Backend::none, "backend.none.compositor", true), ""},
+      {"x11 without a display stays x11", chosen(Backend::x11), true, false, chosen(Backend::x11),
+       ""},
+      {"none stays none", chosen(Backend::none, "backend.none.requested"), false, false,
+       chosen(Backend::none, "backend.none.requested"), ""},
+      {"KWin running the script", chosen(Backend::kwin), true, true, chosen(Backend::kwin), ""},
+      {"KWin refusing the script", chosen(Backend::kwin), true, false,
+       chosen(Backend::none, "backend.none.kwinScript"), ""},
+      {"GNOME Shell waiting for a log-out", chosen(Backend::gnome), true, false,
+       chosen(Backend::none, "backend.none.gnomeExtension.logout"),
+       "backend.none.gnomeExtension.logout"},
+      {"GNOME Shell not answering", chosen(Backend::gnome), true, false,
+       chosen(Backend::none, "backend.none.gnomeExtension"), ""},
+      {"a connected session's reason is not used", chosen(Backend::gnome), true, true,
+       chosen(Backend::gnome), "backend.none.gnomeExtension.disabled"},
   };
   for (const Case& test : cases) {
-    const BackendChoice settled = afterConnecting(test.choice, test.made, test.connected);
+    const BackendChoice settled =
+        afterConnecting(test.choice, test.made, test.connected, test.sessionReason);
     EXPECT_EQ(settled, test.expected) << test.name;
     if (!settled.reasonKey.empty()) {
       EXPECT_TRUE(i18n::has("en", settled.reasonKey)) << settled.reasonKey;

@@ -4,7 +4,7 @@
 //
 // --json prints one object:
 //   "recorder": {"running": bool, "pid": int}, "paused": bool, "pausedUntil": ISO 8601 | null,
-//   "backend": "x11" | "wlroots" | null (no backend fits this session),
+//   "backend": "x11" | "wlroots" | "kwin" | "gnome" | null (no backend fits this session),
 //   "backendReason": catalog key of why there is no backend | null,
 //   "sources": {"windows", "idle", "sessionBus", "logind", "clock", "processes"}: each "ok" |
 //     "missing" ("processes": the process of the window in front is known, so terminal tools
@@ -32,6 +32,23 @@ namespace {
 void out(const std::string& text) {
   std::fputs(text.c_str(), stdout);
   std::fputc('\n', stdout);
+}
+
+// Where the window in front is read, as status names it.
+std::string frontSourceName(platform::Backend backend) {
+  switch (backend) {
+    case platform::Backend::x11:
+      return "X11";
+    case platform::Backend::wlroots:
+      return "wlroots";
+    case platform::Backend::kwin:
+      return "KWin script";
+    case platform::Backend::gnome:
+      return "GNOME Shell extension";
+    case platform::Backend::none:
+      break;
+  }
+  return {};
 }
 
 int status(const Invocation& invocation) {
@@ -70,7 +87,7 @@ int status(const Invocation& invocation) {
                  i18n::text(language, "backend.error.unknown %@", environment.requested).c_str());
     return 2;
   }
-  platform::LinuxDesktop desktop(*chosen);
+  platform::LinuxDesktop desktop(*chosen, platform::SessionUse::inspecting);
   const platform::BackendChoice& backend = desktop.backendChoice();
   const std::vector<platform::MissingSource> missing = desktop.missingSources();
   auto has = [&](platform::MissingSource source) {
@@ -82,7 +99,6 @@ int status(const Invocation& invocation) {
   const bool idleSeen =
       windowsSeen && has(MissingSource::idleTime) && has(MissingSource::compositorIdle);
   const bool logindSeen = has(MissingSource::logind) && has(MissingSource::loginSession);
-  const bool wayland = backend.backend == platform::Backend::wlroots;
   // Tabs are read only with the user's opt-in, and only where the session has an
   // accessibility bus; otherwise browsers are recorded by title.
   const bool tabsOptedIn = settings.accessibilityRequested();
@@ -131,9 +147,7 @@ int status(const Invocation& invocation) {
                                          i18n::text(language, backend.reasonKey))
                             : std::string(platform::backendName(backend.backend))));
   out("  " + i18n::text(language, "status.source.front %@",
-                        !windowsSeen ? missingText
-                        : wayland    ? std::string("wlroots")
-                                     : std::string("X11")));
+                        windowsSeen ? frontSourceName(backend.backend) : missingText));
   const std::string processSource = desktop.processSourceName();
   out("  " + i18n::text(language, "status.source.processes %@",
                         windowsSeen && !processSource.empty() ? processSource : missingText));

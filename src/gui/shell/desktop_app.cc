@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QMenu>
+#include <QMessageBox>
 #include <QScreen>
 #include <QTimer>
 #include <cstdio>
@@ -116,11 +117,24 @@ void DesktopApp::start() {
     // Without a tray there is no Quit entry: closing the last window quits.
     connect(qApp, &QGuiApplication::lastWindowClosed, this, [this] { quit(); });
   }
+  tellWhyNoWindowsAreSeen();
   if (OnboardingWindow* shown = onboarding_.data();
       shown == nullptr && !services_.settings().onboardingCompleted()) {
     openOnboarding();
   }
   offerPendingGap();
+}
+
+void DesktopApp::tellWhyNoWindowsAreSeen() {
+  const platform::BackendChoice& backend = desktop_.backendChoice();
+  if (backend.backend != platform::Backend::none || backend.requested) return;
+  // Once per start: it stays true until the user acts (logs out and in, turns the extension
+  // on), and the permissions pane keeps saying it.
+  const std::string lang = services_.language();
+  auto* box = new QMessageBox(QMessageBox::Information, uiText(lang, "app.noBackend.title"),
+                              uiText(lang, backend.reasonKey));
+  box->setAttribute(Qt::WA_DeleteOnClose);
+  box->show();
 }
 
 void DesktopApp::raise(QWidget* window) {

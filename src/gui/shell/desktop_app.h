@@ -57,6 +57,8 @@ class DesktopApp : public QObject {
   ServiceSet& services() { return services_; }
 
  private:
+  // With no backend (and none asked for), says why once at start.
+  void tellWhyNoWindowsAreSeen();
   void raise(QWidget* window);
   // The report on the `kind` period containing now, on `tab` (none: the tab it shows).
   void openReportOn(PeriodKind kind, std::optional<ReportWindow::Tab> tab);

@@ -25,7 +25,7 @@ std::string lowered(std::string_view text) {
   return out;
 }
 
-// The desktops of XDG_CURRENT_DESKTOP whose own Wayland backends do not exist yet.
+// The desktops of XDG_CURRENT_DESKTOP with Wayland backends of their own.
 enum class Desktop { other, gnome, kde };
 
 Desktop desktopOf(std::string_view currentDesktop) {
@@ -58,9 +58,9 @@ BackendChoice onWayland(const BackendEnvironment& environment) {
   }
   switch (desktop) {
     case Desktop::gnome:
-      return noBackend("backend.none.gnome");
+      return BackendChoice{Backend::gnome, {}, false};
     case Desktop::kde:
-      return noBackend("backend.none.kde");
+      return BackendChoice{Backend::kwin, {}, false};
     case Desktop::other:
       break;
   }
@@ -77,6 +77,10 @@ const char* backendName(Backend backend) {
       return "x11";
     case Backend::wlroots:
       return "wlroots";
+    case Backend::kwin:
+      return "kwin";
+    case Backend::gnome:
+      return "gnome";
   }
   return "none";
 }
@@ -97,10 +101,12 @@ Result<BackendChoice> chooseBackend(const BackendEnvironment& environment) {
   const std::string& requested = environment.requested;
   if (requested == "x11") return BackendChoice{Backend::x11, {}, true};
   if (requested == "wlroots") return BackendChoice{Backend::wlroots, {}, true};
+  if (requested == "kwin") return BackendChoice{Backend::kwin, {}, true};
+  if (requested == "gnome") return BackendChoice{Backend::gnome, {}, true};
   if (requested == "none") return BackendChoice{Backend::none, "backend.none.requested", true};
   if (!requested.empty() && requested != "auto") {
     return Error{"Unknown VELTO_BACKEND value \"" + requested +
-                 "\" (expected x11, wlroots, none or auto)"};
+                 "\" (expected x11, wlroots, kwin, gnome, none or auto)"};
   }
 
   // A session that says what it is is believed; one that does not (a compositor or X server
@@ -113,11 +119,27 @@ Result<BackendChoice> chooseBackend(const BackendEnvironment& environment) {
   return BackendChoice{Backend::x11, {}, false};
 }
 
-BackendChoice afterConnecting(BackendChoice choice, bool made, bool connected) {
-  if (choice.backend != Backend::wlroots) return choice;
+BackendChoice afterConnecting(BackendChoice choice, bool made, bool connected,
+                              const std::string& sessionReason) {
+  const char* reason = nullptr;
+  switch (choice.backend) {
+    case Backend::none:
+    case Backend::x11:
+      return choice;
+    case Backend::wlroots:
+      reason = "backend.none.compositor";
+      break;
+    case Backend::kwin:
+      reason = "backend.none.kwinScript";
+      break;
+    case Backend::gnome:
+      reason = "backend.none.gnomeExtension";
+      break;
+  }
   if (!made) return BackendChoice{Backend::none, "backend.none.notBuilt", choice.requested};
-  if (!connected) return BackendChoice{Backend::none, "backend.none.compositor", choice.requested};
-  return choice;
+  if (connected) return choice;
+  return BackendChoice{Backend::none, sessionReason.empty() ? reason : sessionReason,
+                       choice.requested};
 }
 
 }  // namespace velto::platform

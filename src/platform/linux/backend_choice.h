@@ -2,10 +2,12 @@
 // environment and, when known, the globals the Wayland compositor advertises.
 //
 // On a Wayland session the X11 backend is never chosen: Xwayland sees only its own clients, so
-// it would report a partial front application as if it were the whole one. When no backend fits,
+// it would report a partial front application as if it were the whole one. A compositor that
+// offers the wlroots toplevel list gets the wlroots backend whatever the desktop is called;
+// otherwise KDE Plasma gets the KWin script and GNOME the Shell extension. When no backend fits,
 // the choice is "none" with the catalog key of the reason, and nothing is recorded from the
-// desktop rather than something wrong. `VELTO_BACKEND` (x11, wlroots, none, auto) overrides the
-// choice; any other value is an error.
+// desktop rather than something wrong. `VELTO_BACKEND` (x11, wlroots, kwin, gnome, none, auto)
+// overrides the choice; any other value is an error.
 //
 // Thread: any (pure functions unless said otherwise), except makeWlrootsSession (the loop's
 // thread).
@@ -28,9 +30,10 @@ namespace velto::platform {
 class DesktopSession;
 class EventLoop;
 
-enum class Backend { none, x11, wlroots };
+enum class Backend { none, x11, wlroots, kwin, gnome };
 
-// The backend's name as `VELTO_BACKEND` and `velto status` spell it ("none", "x11", "wlroots").
+// The backend's name as `VELTO_BACKEND` and `velto status` spell it ("none", "x11", "wlroots",
+// "kwin", "gnome").
 const char* backendName(Backend backend);
 
 // What the choice looks at. Unset variables are empty strings.
@@ -61,13 +64,23 @@ struct BackendChoice {
 // Callers show the user "backend.error.unknown %@" with the value.
 Result<BackendChoice> chooseBackend(const BackendEnvironment& environment);
 
-// The choice once its session was made: a wlroots session that could not be made (`made`
-// false: this build has none) or that did not connect (the compositor is unreachable or lacks
-// the toplevel list) leaves no backend. An X11 session that did not connect stays: it says so
-// as the missing display, as it always has.
-BackendChoice afterConnecting(BackendChoice choice, bool made, bool connected);
+// The choice once its session was made: a Wayland session that could not be made (`made`
+// false: this build has none) or that did not connect leaves no backend, with the session's own
+// reason (`sessionReason`, a catalog key) when it gave one, else the backend's: the compositor
+// is unreachable or lacks the toplevel list, KWin refused the script, the Shell runs no
+// extension. An X11 session that did not connect stays: it says so as the missing display, as
+// it always has.
+BackendChoice afterConnecting(BackendChoice choice, bool made, bool connected,
+                              const std::string& sessionReason = {});
 
-// The wlroots session, defined with it; null when this build has none.
+// What a session is made for: recording installs what the desktop needs to report its windows
+// (the GNOME Shell extension); inspecting (velto status) only looks.
+enum class SessionUse { recording, inspecting };
+
+// The sessions, each defined with its backend; null when this build has none.
 std::unique_ptr<DesktopSession> makeWlrootsSession(EventLoop& loop, Scheduler& scheduler);
+std::unique_ptr<DesktopSession> makeKWinSession(EventLoop& loop, Scheduler& scheduler);
+std::unique_ptr<DesktopSession> makeGnomeSession(EventLoop& loop, Scheduler& scheduler,
+                                                 SessionUse use);
 
 }  // namespace velto::platform

@@ -65,16 +65,16 @@ const char* missingSourceKey(MissingSource source) {
 
 LinuxDesktop::LinuxDesktop() : LinuxDesktop(choiceFromProcess()) {}
 
-LinuxDesktop::LinuxDesktop(BackendChoice choice)
+LinuxDesktop::LinuxDesktop(BackendChoice choice, SessionUse use)
     : scheduler_(loop_),
       choice_(std::move(choice)),
-      session_(makeSession()),
+      session_(makeSession(use)),
       dbus_(loop_, [this](SessionSignal signal) { hub_.deliver(signal); }),
       clockWatch_(loop_, [this](SessionSignal signal) { hub_.deliver(signal); }),
       power_([this] { return session_->clientApplications(); }),
       tabs_(scheduler_) {}
 
-std::unique_ptr<DesktopSession> LinuxDesktop::makeSession() {
+std::unique_ptr<DesktopSession> LinuxDesktop::makeSession(SessionUse use) {
   std::unique_ptr<DesktopSession> session;
   switch (choice_.backend) {
     case Backend::x11:
@@ -83,11 +83,18 @@ std::unique_ptr<DesktopSession> LinuxDesktop::makeSession() {
       break;
     case Backend::wlroots:
       session = makeWlrootsSession(loop_, scheduler_);
-      choice_ = afterConnecting(choice_, session != nullptr, session && session->isConnected());
+      break;
+    case Backend::kwin:
+      session = makeKWinSession(loop_, scheduler_);
+      break;
+    case Backend::gnome:
+      session = makeGnomeSession(loop_, scheduler_, use);
       break;
     case Backend::none:
       break;
   }
+  choice_ = afterConnecting(choice_, session != nullptr, session && session->isConnected(),
+                            session ? session->unavailableReason() : std::string());
   if (choice_.backend == Backend::none) {
     log::debug("No desktop backend: %{public}s", choice_.reasonKey);
     return std::make_unique<NoSession>();
@@ -115,7 +122,7 @@ std::string LinuxDesktop::processSourceName() const {
 
 std::vector<MissingSource> LinuxDesktop::missingSources() const {
   std::vector<MissingSource> missing;
-  const bool wayland = choice_.backend == Backend::wlroots;
+  const bool wayland = choice_.backend != Backend::x11;
   if (choice_.backend == Backend::none) {
     missing.push_back(MissingSource::backend);
   } else if (!session_->isConnected()) {

@@ -58,7 +58,9 @@ class LinuxDesktop {
   // The backend chosen from this process's environment; an unknown VELTO_BACKEND value leaves
   // none (callers that can stop should check chooseBackend() first and say so).
   LinuxDesktop();
-  explicit LinuxDesktop(BackendChoice choice);
+  // `use`: recording installs what the desktop needs to report its windows; inspecting only
+  // looks (velto status).
+  explicit LinuxDesktop(BackendChoice choice, SessionUse use = SessionUse::recording);
   LinuxDesktop(const LinuxDesktop&) = delete;
   LinuxDesktop& operator=(const LinuxDesktop&) = delete;
 
@@ -78,7 +80,7 @@ class LinuxDesktop {
   const Clock& clock() const { return clock_; }
 
  private:
-  std::unique_ptr<DesktopSession> makeSession();
+  std::unique_ptr<DesktopSession> makeSession(SessionUse use);
 
   SystemClock clock_;
   EventLoop loop_;

@@ -1,0 +1,2 @@
+/* exported init */
+const {Gio, GLib, Shell} = imports.gi;
