@@ -1,9 +1,13 @@
 """What the desktop test scripts share: a private home, runtime folder and buses for the session
 under test, its processes, waiting, and the ok/FAIL lines of each check."""
+import json
 import os
+import sqlite3
 import subprocess
 import tempfile
 import time
+
+HERE = os.path.dirname(os.path.abspath(__file__))
 
 
 class Failed(Exception):
@@ -74,6 +78,59 @@ class Session:
                 return f.read()
         except FileNotFoundError:
             return ""
+
+    # --- Velto ---------------------------------------------------------------------------
+
+    def velto(self, *args, env=None):
+        return subprocess.run([os.path.join(self.bin, "velto"), *args], env=env or self.env,
+                              capture_output=True, text=True, timeout=30)
+
+    def status(self, env=None):
+        """`velto status --json` as a dict (empty when it printed no JSON), and its output."""
+        result = self.velto("status", "--json", env=env)
+        try:
+            return json.loads(result.stdout), result.stdout.strip()[:800] or result.stderr
+        except ValueError:
+            return {}, result.stdout.strip()[:800] or result.stderr
+
+    def write_settings(self, settings):
+        config = os.path.join(self.env["XDG_CONFIG_HOME"], "Velto")
+        os.makedirs(config, mode=0o700, exist_ok=True)
+        with open(os.path.join(config, "settings.json"), "w") as f:
+            json.dump(settings, f)
+
+    def segments_since(self, since_us):
+        """(started_us, ended_us, bundle_id, app_name, window_title, end_reason) of every row
+        that started at or after `since_us`."""
+        path = os.path.join(self.env["XDG_DATA_HOME"], "Velto", "Velto.sqlite")
+        if not os.path.exists(path):
+            return []
+        with sqlite3.connect(f"file:{path}?mode=ro", uri=True) as db:
+            rows = db.execute("SELECT started_us, ended_us, bundle_id, app_name, window_title, "
+                              "end_reason FROM segment ORDER BY started_us").fetchall()
+        return [r for r in rows if r[0] >= since_us]
+
+    def desktop_entry(self, app_id, name):
+        applications = os.path.join(self.env["XDG_DATA_HOME"], "applications")
+        os.makedirs(applications, exist_ok=True)
+        with open(os.path.join(applications, app_id + ".desktop"), "w") as f:
+            f.write(f"[Desktop Entry]\nType=Application\nName={name}\nExec={app_id}\n")
+
+    # --- test windows (tests/e2e/test_window.py) ------------------------------------------
+
+    def gtk_window(self, app_id, title, backend="wayland"):
+        """A GTK window that renames itself to each line written to its standard input."""
+        process = self.spawn(["/usr/bin/python3", os.path.join(HERE, "test_window.py"), app_id,
+                              title], env=dict(self.env, GDK_BACKEND=backend),
+                             stdin=subprocess.PIPE, text=True)
+        self.windows = getattr(self, "windows", {})
+        self.windows[title] = process
+        return process
+
+    def rename_window(self, old, new):
+        self.windows[old].stdin.write(new + "\n")
+        self.windows[old].stdin.flush()
+        self.windows[new] = self.windows[old]
 
     # --- results ---------------------------------------------------------------------------
 

@@ -18,7 +18,6 @@ import pwd
 import queue
 import shutil
 import signal
-import sqlite3
 import subprocess
 import sys
 import threading
@@ -130,10 +129,6 @@ class Session(harness.Session):
         self.run(["swaymsg", "exec", f"xterm -T '{title}'"])
         self.wait_for(lambda: any(v.get("name") == title and v.get("shell") == "xwayland"
                                   for v in self.views()), f"the {title} X11 window", seconds=20)
-
-    def velto(self, *args, env=None):
-        return subprocess.run([os.path.join(self.bin, "velto"), *args], env=env or self.env,
-                              capture_output=True, text=True, timeout=20)
 
 
 class User:
@@ -286,23 +281,6 @@ def probe_run(s, one, two, three):
     s.check(probe.process.wait(timeout=5) == 0, "the probe stops at the end of its input")
 
 
-def segments(s, since_us):
-    path = os.path.join(s.env["XDG_DATA_HOME"], "Velto", "Velto.sqlite")
-    if not os.path.exists(path):
-        return []
-    with sqlite3.connect(f"file:{path}?mode=ro", uri=True) as db:
-        rows = db.execute("SELECT started_us, ended_us, bundle_id, app_name, window_title, "
-                          "end_reason FROM segment ORDER BY started_us").fetchall()
-    return [r for r in rows if r[0] >= since_us]
-
-
-def write_settings(s, settings):
-    config = os.path.join(s.env["XDG_CONFIG_HOME"], "Velto")
-    os.makedirs(config, mode=0o700, exist_ok=True)
-    with open(os.path.join(config, "settings.json"), "w") as f:
-        json.dump(settings, f)
-
-
 def start_recorder(s, env, log_name):
     recorder = s.spawn([os.path.join(s.bin, "velto"), "record"], env=env,
                        stderr=open(os.path.join(s.root, log_name), "w"))
@@ -318,7 +296,7 @@ def stop_recorder(recorder):
 def record_run(s, one, two):
     """What `velto record` stores with the wlroots backend."""
     (_, _), (_, two_flag) = one, two
-    write_settings(s, {"velto.idleThresholdSeconds": IDLE_THRESHOLD})
+    s.write_settings({"velto.idleThresholdSeconds": IDLE_THRESHOLD})
     env = dict(s.env, VELTO_BACKEND="wlroots")
     s.focus("first term renamed")
     s.user.start()
@@ -358,7 +336,7 @@ def record_run(s, one, two):
     time.sleep(STEP)
     stop_recorder(recorder)
 
-    rows = segments(s, since)
+    rows = s.segments_since(since)
     log = s.read("record.log")
     for instant, title in expected:
         starts = [r for r in rows if abs(r[0] / 1e6 - instant) <= 1.0]
@@ -394,9 +372,10 @@ def choice_run(s):
          dict(plain, XDG_SESSION_TYPE="wayland", XDG_CURRENT_DESKTOP="sway"), "wlroots", None),
         ("the compositor's globals decide over the desktop's name",
          dict(plain, XDG_SESSION_TYPE="wayland", XDG_CURRENT_DESKTOP="KDE"), "wlroots", None),
-        ("a compositor that cannot be reached leaves no backend, with the reason",
+        ("a KDE session whose compositor cannot be asked gets the KWin script, which says "
+         "why it cannot run",
          dict(plain, XDG_SESSION_TYPE="wayland", XDG_CURRENT_DESKTOP="KDE",
-              WAYLAND_DISPLAY="wayland-none"), None, "backend.none.kde"),
+              WAYLAND_DISPLAY="wayland-none"), None, "backend.none.kwinScript"),
     ]
     for what, env, backend, reason in cases:
         result = s.velto("status", "--json", env=env)
@@ -444,7 +423,7 @@ def xwayland_run(s, one):
     x11 = time.time()
     time.sleep(STEP)
     stop_recorder(recorder)
-    rows = segments(s, since)
+    rows = s.segments_since(since)
     s.check(any(r[2] == "one" and r[4] == "first term renamed" and abs(r[0] / 1e6 - native) <= 1
                 for r in rows),
             "a native window in front is recorded as itself while an X11 window is open",
@@ -478,7 +457,7 @@ def gui_run(s):
     time.sleep(STEP)
     gui.send_signal(signal.SIGTERM)
     gui.wait(timeout=10)
-    rows = segments(s, since)
+    rows = s.segments_since(since)
     s.check(any(r[4] == "second term renamed" and abs(r[0] / 1e6 - switched) <= 1 for r in rows),
             "the desktop application records the window in front", "\n".join(map(str, rows)))
 
