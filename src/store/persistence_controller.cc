@@ -58,7 +58,9 @@ Result<sql::Database> openFile(const std::filesystem::path& file) {
   (void)db.exec("PRAGMA busy_timeout = 5000");
   if (Status usable = checkUsable(db); !usable) return Error{usable.error()};
   if (Status wal = db.exec("PRAGMA journal_mode = WAL"); !wal) return Error{wal.error()};
-  if (Status sync = db.exec("PRAGMA synchronous = NORMAL"); !sync) return Error{sync.error()};
+  // FULL: every commit is on disk before it returns, so a power loss keeps every recorded row
+  // (NORMAL would keep the file sound but could lose the commits since the last checkpoint).
+  if (Status sync = db.exec("PRAGMA synchronous = FULL"); !sync) return Error{sync.error()};
   if (Status migrated = migrate(db); !migrated) return Error{migrated.error()};
   return opened;
 }

@@ -4,8 +4,8 @@
 // damaged, or was written by a newer schema than this program knows is left exactly as it is,
 // and the store runs in memory instead (`degraded`), so recording, reports and notifications
 // still work within this run. The file is created 0600 in a folder created 0700; the database
-// runs in WAL mode with synchronous=NORMAL (a power loss may lose the last commits, never
-// corrupt the file). The schema version is kept in `user_version`.
+// runs in WAL mode with synchronous=FULL (a commit is on disk when it returns: a power loss loses
+// no committed row). The schema version is kept in `user_version`.
 //
 // Thread: main thread only.
 #pragma once

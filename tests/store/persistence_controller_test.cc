@@ -37,7 +37,7 @@ TEST(PersistenceControllerTest, CreatesAPrivateWalStoreAtSchemaOne) {
   EXPECT_EQ(modeOf(dir / "data" / "Velto"), 0700u);
   EXPECT_EQ(modeOf(dir / "data" / "Velto" / "Velto.sqlite"), 0600u);
   EXPECT_EQ(pragma(persistence.database(), "journal_mode"), "wal");
-  EXPECT_EQ(pragma(persistence.database(), "synchronous"), "1");  // NORMAL
+  EXPECT_EQ(pragma(persistence.database(), "synchronous"), "2");  // FULL
   EXPECT_EQ(pragma(persistence.database(), "user_version"), "1");
 }
 
