@@ -1,11 +1,17 @@
 #include "base/files.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <optional>
+#include <random>
+#include <string>
+#include <thread>
 
 #include "base/paths.h"
 #include "test_support/temp_dir.h"
@@ -34,6 +40,37 @@ TEST(FilesTest, AtomicWriteCreatesPrivateFilesAndFoldersAndLeavesNoTemporaries) 
     ++entries;
   }
   EXPECT_EQ(entries, 1u);
+}
+
+// The checkpoint and settings files are replaced this way while the recorder may die at any
+// instant: a reader afterwards finds the old file or the new one, whole.
+TEST(FilesTest, AProcessKilledWhileReplacingAFileLeavesTheOldOrTheNewOne) {
+  testing::TempDir dir;
+  const std::filesystem::path file = dir / "open-segment.json";
+  // Large enough that a write takes a while, so kills land inside writes too.
+  const std::string a(256 * 1024, 'a');
+  const std::string b(192 * 1024, 'b');
+  ASSERT_TRUE(files::writeAtomically(file, a));
+  std::mt19937 random(20261125);
+  std::uniform_int_distribution<int> micros(0, 20000);
+  int killed = 0;
+  for (int round = 0; round < 40; ++round) {
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      for (int i = 0;; ++i) (void)files::writeAtomically(file, i % 2 ? a : b);
+    }
+    std::this_thread::sleep_for(std::chrono::microseconds(micros(random)));
+    ASSERT_EQ(::kill(child, SIGKILL), 0);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    killed += WIFSIGNALED(status) ? 1 : 0;
+    const Result<std::string> now = files::readAll(file);
+    ASSERT_TRUE(now.ok()) << now.error();
+    ASSERT_TRUE(*now == a || *now == b)
+        << "round " << round << ": a torn file of " << now->size() << " bytes";
+  }
+  EXPECT_EQ(killed, 40);
 }
 
 TEST(FilesTest, FailuresAreValuesWithTheReason) {
