@@ -5,7 +5,7 @@
 #include "base/paths.h"
 #include "base/strings.h"
 #include "categories/category_seed_location.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 
 namespace velto {
 

@@ -17,6 +17,7 @@
 #include <memory>
 #include <optional>
 
+#include "app/report_figures.h"
 #include "base/calendar.h"
 #include "base/clock.h"
 #include "base/notice_bus.h"
@@ -30,15 +31,14 @@
 #include "limits/limit_store.h"
 #include "recording/platform_sources.h"
 #include "recording/tracking_engine.h"
-#include "reports/report_figures.h"
 #include "reports/usage_source.h"
+#include "settings/settings.h"
 #include "store/retention.h"
 #include "store/segment_store.h"
 #include "summaries/daily_summary.h"
 #include "summaries/notification_router.h"
 #include "summaries/weekly_digest.h"
 #include "surfaces/menu_bar_model.h"
-#include "surfaces/settings.h"
 #include "surfaces/widget_snapshot.h"
 
 namespace velto {

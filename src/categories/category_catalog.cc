@@ -6,7 +6,7 @@
 #include "base/strings.h"
 #include "base/uuid.h"
 #include "categories/catalog_contents_json.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 
 namespace velto {
 

@@ -18,7 +18,7 @@
 #include "categories/category_records.h"
 #include "categories/color_hue.h"
 #include "categories/usage_category.h"
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 
 namespace velto {
 

@@ -21,7 +21,7 @@
 #include "cli/commands/waybar_source.h"
 #include "platform/linux/atspi_tab_reader.h"
 #include "platform/linux/linux_desktop.h"
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 
 namespace velto::cli {
 

@@ -1,4 +1,4 @@
-// Typed access to every user setting and remembered mark (keys in surfaces/settings_keys.h).
+// Typed access to every user setting and remembered mark (keys in settings/settings_keys.h).
 //
 // Getters apply the default and the range rule at read time: an absent key, a value of the wrong
 // type or a value out of range reads as the default. Setters store plain values and do not clamp;

@@ -1,4 +1,4 @@
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 
 #include <algorithm>
 #include <climits>
@@ -9,7 +9,7 @@
 #include "base/iso8601.h"
 #include "base/log.h"
 #include "base/paths.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 
 namespace velto {
 
