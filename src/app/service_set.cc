@@ -119,6 +119,14 @@ void ServiceSet::reloadRules() {
 
 void ServiceSet::start() {
   retention_.run();
+  // Other processes (the command line's edits, rules and imports) change the store file; their
+  // changes reach every figure, limit and resolver here within a few seconds.
+  (void)store_->changedElsewhere();
+  storeWatch_ = desktop_.scheduler.repeating(kStoreWatchSeconds, 1, [this] {
+    if (!store_->changedElsewhere()) return;
+    notices_.post(notices::kCategoryRulesDidChange);
+    notices_.post(notices::kSegmentsDidChange);
+  });
   engine_->start();
   digest_->start();
   daily_->start();
@@ -131,6 +139,7 @@ void ServiceSet::start() {
 void ServiceSet::quit() {
   engine_->stop();
   midnight_.cancel();
+  storeWatch_.cancel();
   widgets_->stop();
   menuBar_->stop();
   monitor_->stop();

@@ -68,6 +68,9 @@ ServicePaths defaultServicePaths();
 
 class ServiceSet {
  public:
+  // How often the store file is checked for other processes' changes.
+  static constexpr double kStoreWatchSeconds = 2;
+
   ServiceSet(Desktop desktop, ServicePaths paths, Calendar calendar);
   ~ServiceSet();
 
@@ -145,6 +148,7 @@ class ServiceSet {
   std::unique_ptr<MenuBarModel> menuBar_;
   std::vector<Subscription> menuBarTriggers_;
   Timer midnight_;
+  Timer storeWatch_;
   Instant midnightDue_{};  // the midnight midnight_ waits for
   Subscription tabReadingChanged_;
 };

@@ -68,6 +68,14 @@ void Settings::reloadIfChanged() {
   post(file_.reloadIfChanged());
 }
 
+bool Settings::isStored(std::string_view key) const {
+  return file_.value(key) != nullptr;
+}
+
+void Settings::reset(std::string_view key) {
+  erase(key);
+}
+
 bool Settings::boolean(std::string_view key, bool fallback) const {
   const nlohmann::json* value = file_.value(key);
   return value != nullptr && value->is_boolean() ? value->get<bool>() : fallback;

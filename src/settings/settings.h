@@ -51,6 +51,11 @@ class Settings {
   // platform calls this when it sees the file change.
   void reloadIfChanged();
 
+  // Whether `key` holds a stored value (of any type); absent keys read as their default.
+  bool isStored(std::string_view key) const;
+  // Removes the stored value of `key`, so its getter reads the default again.
+  void reset(std::string_view key);
+
   // --- Recording ---
   bool isPaused() const;  // default false
   void setPaused(bool paused);
