@@ -5,6 +5,7 @@
 // messages and progress to stderr. Exit status: 0 success, 1 failure, 2 bad usage.
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -31,6 +32,10 @@ const std::vector<Command>& commands();
 struct Registration {
   explicit Registration(Command command) { registerCommand(std::move(command)); }
 };
+
+// The interface language the user chose in `settingsFile` ("velto.uiLanguage"); the session's
+// language only when the setting is absent or "auto".
+std::string interfaceLanguage(const std::filesystem::path& settingsFile);
 
 // True when `args` asks for help (--help or -h anywhere).
 bool wantsHelp(const std::vector<std::string>& args);

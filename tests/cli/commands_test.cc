@@ -290,5 +290,18 @@ TEST_F(CommandsTest, RecordedTimeIsDeletedReassignedAndWiped) {
   EXPECT_EQ(openStore()->count().value(), 0);
 }
 
+TEST_F(CommandsTest, TheInterfaceLanguageIsTheUsersChoiceBeforeTheSessions) {
+  const ScopedEnv language{"LANGUAGE", "tr"};
+  const std::filesystem::path file = dir / "config/Velto/settings.json";
+  EXPECT_EQ(interfaceLanguage(file), "tr") << "absent: the session's";
+  ASSERT_EQ(run("settings", {"set", "uiLanguage", "de"}).status, 0);
+  EXPECT_EQ(interfaceLanguage(file), "de");
+  ASSERT_EQ(run("settings", {"set", "uiLanguage", "auto"}).status, 0);
+  EXPECT_EQ(interfaceLanguage(file), "tr");
+  const Outcome german = run("limits", {"add", "app:code", "lange"}, "de");
+  EXPECT_EQ(german.err, "Keine Dauer: „lange“ (z. B. 45m, 1h30m oder 2h)\n");
+}
+
+
 }  // namespace
 }  // namespace velto::cli
