@@ -19,10 +19,21 @@ struct Invocation {
 };
 
 struct Command {
+  Command(std::string name, std::string summaryKey, std::string helpKey,
+          std::function<int(const Invocation&)> run, std::vector<std::string> words = {})
+      : name(std::move(name)),
+        summaryKey(std::move(summaryKey)),
+        helpKey(std::move(helpKey)),
+        run(std::move(run)),
+        words(std::move(words)) {}
+
   std::string name;        // "export"
   std::string summaryKey;  // catalog key of the one-line summary shown by `velto --help`
   std::string helpKey;     // catalog key of the text shown by `velto <name> --help`
   std::function<int(const Invocation&)> run;
+  // What shells complete after the name: its subcommands first, then its options. The
+  // completions and the manual page are written from this table.
+  std::vector<std::string> words;
 };
 
 // Adds a command; call from a static Registration in the command's own file.

@@ -228,8 +228,12 @@ int run(const Invocation& invocation) {
                  "list", "cli.categories.usage");
 }
 
-const Registration registration(Command{"categories", "cli.categories.summary",
-                                        "cli.categories.help", run});
+const Registration registration(Command{"categories",
+                                        "cli.categories.summary",
+                                        "cli.categories.help",
+                                        run,
+                                        {"list", "add", "rename", "recolor", "set-focus", "reset",
+                                         "remove", "--colour", "--focus", "--json"}});
 
 }  // namespace
 

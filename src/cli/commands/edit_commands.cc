@@ -202,10 +202,18 @@ int runWipe(const Invocation& invocation) {
   return kDone;
 }
 
-const Registration deletion(Command{"delete", "cli.delete.summary", "cli.delete.help", runDelete});
-const Registration reassignment(Command{"reassign", "cli.reassign.summary", "cli.reassign.help",
-                                        runReassign});
-const Registration wipe(Command{"wipe", "cli.wipe.summary", "cli.wipe.help", runWipe});
+const Registration deletion(Command{"delete",
+                                    "cli.delete.summary",
+                                    "cli.delete.help",
+                                    runDelete,
+                                    {"--date", "--from", "--to", "--app", "--site", "--json"}});
+const Registration reassignment(Command{
+    "reassign",
+    "cli.reassign.summary",
+    "cli.reassign.help",
+    runReassign,
+    {"--date", "--from", "--to", "--app", "--site", "--give-to", "--name", "--away", "--json"}});
+const Registration wipe(Command{"wipe", "cli.wipe.summary", "cli.wipe.help", runWipe, {"--yes"}});
 
 }  // namespace
 

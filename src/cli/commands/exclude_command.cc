@@ -164,7 +164,12 @@ int run(const Invocation& invocation) {
                  "list", "cli.exclude.usage");
 }
 
-const Registration registration(Command{"exclude", "cli.exclude.summary", "cli.exclude.help", run});
+const Registration registration(Command{"exclude",
+                                        "cli.exclude.summary",
+                                        "cli.exclude.help",
+                                        run,
+                                        {"list", "add", "remove", "private", "app", "site", "on",
+                                         "off", "--name", "--delete-past", "--json"}});
 
 }  // namespace
 

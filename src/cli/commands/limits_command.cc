@@ -301,7 +301,12 @@ int run(const Invocation& invocation) {
                  "list", "cli.limits.usage");
 }
 
-const Registration registration(Command{"limits", "cli.limits.summary", "cli.limits.help", run});
+const Registration registration(Command{"limits",
+                                        "cli.limits.summary",
+                                        "cli.limits.help",
+                                        run,
+                                        {"list", "add", "set", "enable", "disable", "remove",
+                                         "--kind", "--per", "--warn", "--name", "--json"}});
 
 }  // namespace
 

@@ -65,7 +65,8 @@ int pause(const Invocation& invocation) {
   return 0;
 }
 
-const Registration registration{Command{"pause", "pause.summary", "pause.help", pause}};
+const Registration registration{
+    Command{"pause", "pause.summary", "pause.help", pause, {"--for", "--until"}}};
 
 }  // namespace
 

@@ -254,7 +254,12 @@ int run(const Invocation& invocation) {
                  "list", "cli.rules.usage");
 }
 
-const Registration registration(Command{"rules", "cli.rules.summary", "cli.rules.help", run});
+const Registration registration(Command{"rules",
+                                        "cli.rules.summary",
+                                        "cli.rules.help",
+                                        run,
+                                        {"list", "add", "remove", "test", "app", "site", "keyword",
+                                         "--app", "--site", "--title", "--json"}});
 
 }  // namespace
 

@@ -190,8 +190,11 @@ int run(const Invocation& invocation) {
       "list", "cli.settings.usage");
 }
 
-const Registration registration(Command{"settings", "cli.settings.summary", "cli.settings.help",
-                                        run});
+const Registration registration(Command{"settings",
+                                        "cli.settings.summary",
+                                        "cli.settings.help",
+                                        run,
+                                        {"list", "get", "set", "reset", "--json", "--yes"}});
 
 }  // namespace
 

@@ -145,7 +145,8 @@ int status(const Invocation& invocation) {
   return 0;
 }
 
-const Registration registration{Command{"status", "status.summary", "status.help", status}};
+const Registration registration{
+    Command{"status", "status.summary", "status.help", status, {"--json", "--format", "waybar"}}};
 
 }  // namespace
 
