@@ -80,12 +80,6 @@ ServiceSet::ServiceSet(Desktop desktop, ServicePaths paths, Calendar calendar)
   menuBar_ = std::make_unique<MenuBarModel>(
       desktop.scheduler, [this] { return menuBarInput(); },
       [this] { return settings_.theme() == "dark"; });
-  for (std::string_view notice :
-       {std::string_view(notices::kSegmentsDidChange), std::string_view(notices::kDayDidChange),
-        keys::kMenuBarDisplay, keys::kDayBudgetSeconds, keys::kLimits, keys::kLimitWarnRatio,
-        keys::kIsPaused, keys::kUiLanguage, keys::kTheme}) {
-    menuBarTriggers_.push_back(notices_.subscribe(notice, [this] { menuBar_->refresh(); }));
-  }
   widgets_ = std::make_unique<WidgetSnapshotWriter>(
       paths.sharedFolder, [this] { return widgetSnapshot(); }, desktop.scheduler, notices_);
   engine_->onClockChange = [this] {
@@ -132,6 +126,14 @@ void ServiceSet::start() {
   daily_->start();
   monitor_->start();
   menuBar_->start();
+  // The chip follows the data and its settings only while the services run: a command that
+  // opens them to change a limit has no chip to redraw.
+  for (std::string_view notice :
+       {std::string_view(notices::kSegmentsDidChange), std::string_view(notices::kDayDidChange),
+        keys::kMenuBarDisplay, keys::kDayBudgetSeconds, keys::kLimits, keys::kLimitWarnRatio,
+        keys::kIsPaused, keys::kUiLanguage, keys::kTheme}) {
+    menuBarTriggers_.push_back(notices_.subscribe(notice, [this] { menuBar_->refresh(); }));
+  }
   widgets_->start();
   armMidnight();
 }
@@ -141,6 +143,7 @@ void ServiceSet::quit() {
   midnight_.cancel();
   storeWatch_.cancel();
   widgets_->stop();
+  menuBarTriggers_.clear();
   menuBar_->stop();
   monitor_->stop();
   daily_->stop();

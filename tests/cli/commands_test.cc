@@ -302,6 +302,5 @@ TEST_F(CommandsTest, TheInterfaceLanguageIsTheUsersChoiceBeforeTheSessions) {
   EXPECT_EQ(german.err, "Keine Dauer: „lange“ (z. B. 45m, 1h30m oder 2h)\n");
 }
 
-
 }  // namespace
 }  // namespace velto::cli
