@@ -63,8 +63,8 @@ ServiceSet::ServiceSet(Desktop desktop, ServicePaths paths, Calendar calendar)
       *usage_, desktop.clock, [this] { return resolution_.current(); },
       [this]() -> std::optional<LiveSlice> {
         const auto& open = engine_->recorder().openSegment();
-        if (!open) return std::nullopt;
-        return LiveSlice{open->context, open->startedAt};
+        if (open) return LiveSlice{open->context, open->startedAt};
+        return liveElsewhere ? liveElsewhere() : std::nullopt;
       });
   const SummaryEnvironment notifier{
       settings_, calendar_, desktop.clock, desktop.scheduler, notices_, notifications_, [this] {

@@ -81,6 +81,10 @@ class ServiceSet {
 
   // Called with every segment handed to the store, after it is stored.
   std::function<void(const RecordedSegment&)> onRecorded;
+  // The stretch another process is recording now, for a service set that records nothing
+  // itself (a command beside a running recorder), so figures count it as the desktop does.
+  // Consulted only while this set's own engine has no open segment; empty: none.
+  std::function<std::optional<LiveSlice>()> liveElsewhere;
 
   NoticeBus& notices() { return notices_; }
   // The time base the services run on (the session's, or a test's virtual one).

@@ -9,6 +9,8 @@
 
 #include "app/service_set.h"
 #include "cli/command.h"
+#include "cli/commands/recorder_presence.h"
+#include "recording/segment_checkpoint.h"
 #include "settings/settings_keys.h"
 #include "store/store_fixture.h"
 #include "test_support/log_capture.h"
@@ -19,6 +21,10 @@ namespace {
 
 using nlohmann::json;
 using velto::testing::at;
+
+bool has(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
 
 struct Outcome {
   int status = -1;
@@ -288,6 +294,30 @@ TEST_F(CommandsTest, RecordedTimeIsDeletedReassignedAndWiped) {
   EXPECT_EQ(openStore()->count().value(), 2);
   ASSERT_EQ(run("wipe", {"--yes"}).status, 0);
   EXPECT_EQ(openStore()->count().value(), 0);
+}
+
+TEST_F(CommandsTest, ProgressCountsTheStretchARunningRecorderIsRecording) {
+  std::filesystem::create_directories(dir / "run/Velto");
+  std::filesystem::create_directories(dir / "data/Velto");
+  auto recorder = std::make_unique<RecorderLock>(dir / "run/Velto");
+  ASSERT_TRUE(recorder->acquire());
+  const Instant now = SystemClock().now();
+  FileSegmentCheckpoints(dir / "data/Velto")
+      .write(SegmentCheckpoint{ActivityContext{"code", "Code", {}, {}, {}, {}},
+                               addSeconds(now, -120), now});
+
+  const Outcome added = run("limits", {"add", "app:code", "1h", "--json"});
+  ASSERT_EQ(added.status, 0) << added.err;
+  EXPECT_GT(added.document()["spentToday"].get<double>(), 0);
+  EXPECT_EQ(added.document()["subjectName"], "Code") << "named as it is being recorded";
+  const Outcome deleted = run("delete", {"--date", "2020-01-06"});
+  EXPECT_FALSE(has(deleted.err, "(Code)")) << "a stretch before the running one";
+  const Outcome today = run("delete", {"--from", "00:00", "--to", "23:59"});
+  EXPECT_TRUE(has(today.err, "(Code)")) << today.err;
+
+  // A checkpoint left by a recorder that is gone counts for nothing.
+  recorder.reset();
+  EXPECT_EQ(run("limits", {"--json"}).document()["limits"][0]["spentToday"], 0);
 }
 
 TEST_F(CommandsTest, TheInterfaceLanguageIsTheUsersChoiceBeforeTheSessions) {

@@ -53,15 +53,10 @@ std::optional<std::function<bool(const Segment&)>> rowFilter(const ParsedOptions
 }
 
 // Tells the user when the stretch reaches into the one still being recorded.
-void noteRunningSegment(const DateInterval& range, const std::string& language) {
-  const ServicePaths paths = defaultServicePaths();
-  if (!paths.dataFolder) return;
-  FileSegmentCheckpoints checkpoints(*paths.dataFolder);
-  Result<std::string> bytes = checkpoints.read();
-  if (!bytes) return;
-  Result<SegmentCheckpoint> open = decodeCheckpoint(*bytes);
-  if (!open || !(open->startedAt < range.end)) return;
-  complain(i18n::text(language, "cli.edit.runningKept %@", open->context.appName));
+void noteRunningSegment(const EditSession& session, const DateInterval& range) {
+  const std::optional<SegmentCheckpoint> running = session.runningSegment();
+  if (!running || !(running->startedAt < range.end)) return;
+  complain(i18n::text(session.language, "cli.edit.runningKept %@", running->context.appName));
 }
 
 json outcomeJson(const SegmentStore::RangeEdit& edit, const DateInterval& range) {
@@ -109,7 +104,7 @@ int report(EditSession& session, const Result<SegmentStore::RangeEdit>& edit,
                         DurationText::forLanguage(language).format(edit->seconds),
                         std::to_string(edit->rows)));
   }
-  noteRunningSegment(request.range, language);
+  noteRunningSegment(session, request.range);
   if (parsed.has("--json")) printJson(outcomeJson(*edit, request.range));
   return kDone;
 }

@@ -13,6 +13,7 @@
 #include "base/clock.h"
 #include "base/manual_scheduler.h"
 #include "recording/scripted_sources.h"
+#include "recording/segment_checkpoint.h"
 
 namespace velto::cli {
 
@@ -21,6 +22,9 @@ class EditSession {
   explicit EditSession(std::string language);
 
   ServiceSet& services() { return *services_; }
+  // The stretch a running recorder is recording now (from its checkpoint); none when no
+  // recorder runs or it records nothing. Figures count it, as the desktop's do.
+  std::optional<SegmentCheckpoint> runningSegment() const;
   const std::string language;
 
  private:
@@ -31,6 +35,7 @@ class EditSession {
   ScriptedIdleTime idle_;
   ScriptedPowerAssertions power_;
   ScriptedSessionEvents session_;
+  ServicePaths paths_;
   std::unique_ptr<ServiceSet> services_;
 };
 
