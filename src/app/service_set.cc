@@ -5,7 +5,7 @@
 #include "base/paths.h"
 #include "base/strings.h"
 #include "categories/category_seed_location.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 
 namespace velto {
 
@@ -63,8 +63,8 @@ ServiceSet::ServiceSet(Desktop desktop, ServicePaths paths, Calendar calendar)
       *usage_, desktop.clock, [this] { return resolution_.current(); },
       [this]() -> std::optional<LiveSlice> {
         const auto& open = engine_->recorder().openSegment();
-        if (!open) return std::nullopt;
-        return LiveSlice{open->context, open->startedAt};
+        if (open) return LiveSlice{open->context, open->startedAt};
+        return liveElsewhere ? liveElsewhere() : std::nullopt;
       });
   const SummaryEnvironment notifier{
       settings_, calendar_, desktop.clock, desktop.scheduler, notices_, notifications_, [this] {
@@ -80,12 +80,6 @@ ServiceSet::ServiceSet(Desktop desktop, ServicePaths paths, Calendar calendar)
   menuBar_ = std::make_unique<MenuBarModel>(
       desktop.scheduler, [this] { return menuBarInput(); },
       [this] { return settings_.theme() == "dark"; });
-  for (std::string_view notice :
-       {std::string_view(notices::kSegmentsDidChange), std::string_view(notices::kDayDidChange),
-        keys::kMenuBarDisplay, keys::kDayBudgetSeconds, keys::kLimits, keys::kLimitWarnRatio,
-        keys::kIsPaused, keys::kUiLanguage, keys::kTheme}) {
-    menuBarTriggers_.push_back(notices_.subscribe(notice, [this] { menuBar_->refresh(); }));
-  }
   widgets_ = std::make_unique<WidgetSnapshotWriter>(
       paths.sharedFolder, [this] { return widgetSnapshot(); }, desktop.scheduler, notices_);
   engine_->onClockChange = [this] {
@@ -119,11 +113,27 @@ void ServiceSet::reloadRules() {
 
 void ServiceSet::start() {
   retention_.run();
+  // Other processes (the command line's edits, rules and imports) change the store file; their
+  // changes reach every figure, limit and resolver here within a few seconds.
+  (void)store_->changedElsewhere();
+  storeWatch_ = desktop_.scheduler.repeating(kStoreWatchSeconds, 1, [this] {
+    if (!store_->changedElsewhere()) return;
+    notices_.post(notices::kCategoryRulesDidChange);
+    notices_.post(notices::kSegmentsDidChange);
+  });
   engine_->start();
   digest_->start();
   daily_->start();
   monitor_->start();
   menuBar_->start();
+  // The chip follows the data and its settings only while the services run: a command that
+  // opens them to change a limit has no chip to redraw.
+  for (std::string_view notice :
+       {std::string_view(notices::kSegmentsDidChange), std::string_view(notices::kDayDidChange),
+        keys::kMenuBarDisplay, keys::kDayBudgetSeconds, keys::kLimits, keys::kLimitWarnRatio,
+        keys::kIsPaused, keys::kUiLanguage, keys::kTheme}) {
+    menuBarTriggers_.push_back(notices_.subscribe(notice, [this] { menuBar_->refresh(); }));
+  }
   widgets_->start();
   armMidnight();
 }
@@ -131,7 +141,9 @@ void ServiceSet::start() {
 void ServiceSet::quit() {
   engine_->stop();
   midnight_.cancel();
+  storeWatch_.cancel();
   widgets_->stop();
+  menuBarTriggers_.clear();
   menuBar_->stop();
   monitor_->stop();
   daily_->stop();

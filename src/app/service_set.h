@@ -17,6 +17,7 @@
 #include <memory>
 #include <optional>
 
+#include "app/report_figures.h"
 #include "base/calendar.h"
 #include "base/clock.h"
 #include "base/notice_bus.h"
@@ -30,15 +31,14 @@
 #include "limits/limit_store.h"
 #include "recording/platform_sources.h"
 #include "recording/tracking_engine.h"
-#include "reports/report_figures.h"
 #include "reports/usage_source.h"
+#include "settings/settings.h"
 #include "store/retention.h"
 #include "store/segment_store.h"
 #include "summaries/daily_summary.h"
 #include "summaries/notification_router.h"
 #include "summaries/weekly_digest.h"
 #include "surfaces/menu_bar_model.h"
-#include "surfaces/settings.h"
 #include "surfaces/widget_snapshot.h"
 
 namespace velto {
@@ -68,6 +68,9 @@ ServicePaths defaultServicePaths();
 
 class ServiceSet {
  public:
+  // How often the store file is checked for other processes' changes.
+  static constexpr double kStoreWatchSeconds = 2;
+
   ServiceSet(Desktop desktop, ServicePaths paths, Calendar calendar);
   ~ServiceSet();
 
@@ -78,6 +81,10 @@ class ServiceSet {
 
   // Called with every segment handed to the store, after it is stored.
   std::function<void(const RecordedSegment&)> onRecorded;
+  // The stretch another process is recording now, for a service set that records nothing
+  // itself (a command beside a running recorder), so figures count it as the desktop does.
+  // Consulted only while this set's own engine has no open segment; empty: none.
+  std::function<std::optional<LiveSlice>()> liveElsewhere;
 
   NoticeBus& notices() { return notices_; }
   // The time base the services run on (the session's, or a test's virtual one).
@@ -145,6 +152,7 @@ class ServiceSet {
   std::unique_ptr<MenuBarModel> menuBar_;
   std::vector<Subscription> menuBarTriggers_;
   Timer midnight_;
+  Timer storeWatch_;
   Instant midnightDue_{};  // the midnight midnight_ waits for
   Subscription tabReadingChanged_;
 };

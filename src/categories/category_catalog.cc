@@ -6,7 +6,7 @@
 #include "base/strings.h"
 #include "base/uuid.h"
 #include "categories/catalog_contents_json.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 
 namespace velto {
 
@@ -72,6 +72,27 @@ bool CategoryCatalog::updateCustom(const CustomCategory& edited) {
   found->focus = edited.focus;
   commit(std::move(next));
   return true;
+}
+
+bool CategoryCatalog::change(const UsageCategory& category, const CategoryOverride& change) {
+  if (category.isBuiltIn()) {
+    const std::optional<BuiltInCategory> builtIn = category.builtIn();
+    if (!builtIn) return false;
+    const Contents now = contents();
+    const auto found = now.overrides.find(std::string(category.rawValue()));
+    CategoryOverride merged = found != now.overrides.end() ? found->second : CategoryOverride{};
+    if (change.name) merged.name = change.name;
+    if (change.hueKey) merged.hueKey = change.hueKey;
+    if (change.focus) merged.focus = change.focus;
+    setOverride(*builtIn, std::move(merged));
+    return true;
+  }
+  std::optional<CustomCategory> edited = custom(category.customId());
+  if (!edited) return false;
+  if (change.name) edited->name = *change.name;
+  if (change.hueKey) edited->hueKey = *change.hueKey;
+  if (change.focus) edited->focus = change.focus;
+  return updateCustom(*edited);
 }
 
 bool CategoryCatalog::deleteCustom(std::string_view id) {

@@ -18,7 +18,7 @@
 #include "categories/category_records.h"
 #include "categories/color_hue.h"
 #include "categories/usage_category.h"
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 
 namespace velto {
 
@@ -54,6 +54,10 @@ class CategoryCatalog {
   // Takes name, hue, icon and focus from `edited` for the category with `edited.id`, keeping
   // its id and creation date. False when there is no such category.
   bool updateCustom(const CustomCategory& edited);
+  // Changes the fields `change` holds of any category, keeping the rest: for a built-in they
+  // are merged into its override, for a custom category into its record. False when there is
+  // no such category.
+  bool change(const UsageCategory& category, const CategoryOverride& change);
   // Removes the category, then calls every deletion handler with its id so that its rules (and
   // limits) go with it. False when there is no such category.
   bool deleteCustom(std::string_view id);

@@ -105,9 +105,50 @@ std::string_view CategoryResolver::targetOf(const CategoryRule& rule) const {
   return *customIds_.find(category.customId());
 }
 
+std::string_view rawValue(CategoryDecision::Source source) {
+  switch (source) {
+    case CategoryDecision::Source::keywordRule:
+      return "keywordRule";
+    case CategoryDecision::Source::hostRule:
+      return "hostRule";
+    case CategoryDecision::Source::builtInHost:
+      return "builtInHost";
+    case CategoryDecision::Source::appRule:
+      return "appRule";
+    case CategoryDecision::Source::builtInApp:
+      return "builtInApp";
+    case CategoryDecision::Source::nothing:
+      break;
+  }
+  return "nothing";
+}
+
 std::string_view CategoryResolver::category(std::string_view bundleId,
                                             std::optional<std::string_view> host,
                                             std::optional<std::string_view> title) const {
+  return resolve(bundleId, host, title, nullptr);
+}
+
+CategoryDecision CategoryResolver::decide(std::string_view bundleId,
+                                          std::optional<std::string_view> host,
+                                          std::optional<std::string_view> title) const {
+  CategoryDecision decision;
+  decision.category = std::string(resolve(bundleId, host, title, &decision));
+  return decision;
+}
+
+std::string_view CategoryResolver::resolve(std::string_view bundleId,
+                                           std::optional<std::string_view> host,
+                                           std::optional<std::string_view> title,
+                                           CategoryDecision* why) const {
+  auto decided = [why](std::string_view category, CategoryDecision::Source source,
+                       std::string_view matched) {
+    if (why != nullptr) {
+      why->source = source;
+      why->matched = std::string(matched);
+    }
+    return category;
+  };
   Scratch& buffers = scratch();
   lowerCaseInto(host.value_or(std::string_view()), buffers.host);
   const std::string_view lowerHost = buffers.host;
@@ -118,47 +159,64 @@ std::string_view CategoryResolver::category(std::string_view bundleId,
     for (const auto& [keyword, target] : keywordRules_) {
       if (lowerTitle.find(keyword) != std::string_view::npos ||
           lowerHost.find(keyword) != std::string_view::npos) {
-        return target;
+        return decided(target, CategoryDecision::Source::keywordRule, keyword);
       }
     }
   }
 
   if (!lowerHost.empty()) {
-    if (auto hit = walkHostRules(lowerHost)) return *hit;
-    if (auto hit = walkSeedHosts(lowerHost)) return *hit;
+    std::string_view key;
+    if (auto hit = walkHostRules(lowerHost, key)) {
+      return decided(*hit, CategoryDecision::Source::hostRule, key);
+    }
+    if (auto hit = walkSeedHosts(lowerHost, key)) {
+      return decided(*hit, CategoryDecision::Source::builtInHost, key);
+    }
   }
 
   lowerCaseInto(bundleId, buffers.bundle);
   if (auto rule = appRules_.find(std::string_view(buffers.bundle)); rule != appRules_.end()) {
-    return rule->second;
+    return decided(rule->second, CategoryDecision::Source::appRule, rule->first);
   }
-  if (auto builtIn = seed_->appCategory(buffers.bundle)) return rawValue(*builtIn);
+  if (auto builtIn = seed_->appCategory(buffers.bundle)) {
+    return decided(rawValue(*builtIn), CategoryDecision::Source::builtInApp, buffers.bundle);
+  }
   // The same application under another of its names ("debian-xterm" is "xterm").
   const std::vector<std::string>& keys = cachedCatalogKeys(bundleId);
   for (const std::string& key : keys) {
     if (auto rule = appRules_.find(std::string_view(key)); rule != appRules_.end()) {
-      return rule->second;
+      return decided(rule->second, CategoryDecision::Source::appRule, rule->first);
     }
   }
   for (const std::string& key : keys) {
-    if (auto builtIn = seed_->appCategory(key)) return rawValue(*builtIn);
+    if (auto builtIn = seed_->appCategory(key)) {
+      return decided(rawValue(*builtIn), CategoryDecision::Source::builtInApp, key);
+    }
   }
-  return otherRaw();
+  return decided(otherRaw(), CategoryDecision::Source::nothing, {});
 }
 
-std::optional<std::string_view> CategoryResolver::walkHostRules(std::string_view host) const {
+std::optional<std::string_view> CategoryResolver::walkHostRules(std::string_view host,
+                                                                std::string_view& matched) const {
   if (hostRules_.empty()) return std::nullopt;
   for (std::string_view key = host;;) {
-    if (auto found = hostRules_.find(key); found != hostRules_.end()) return found->second;
+    if (auto found = hostRules_.find(key); found != hostRules_.end()) {
+      matched = key;
+      return found->second;
+    }
     const size_t dot = key.find('.');
     if (dot == std::string_view::npos) return std::nullopt;
     key.remove_prefix(dot + 1);
   }
 }
 
-std::optional<std::string_view> CategoryResolver::walkSeedHosts(std::string_view host) const {
+std::optional<std::string_view> CategoryResolver::walkSeedHosts(std::string_view host,
+                                                                std::string_view& matched) const {
   for (std::string_view key = host;;) {
-    if (auto found = seed_->hostCategory(key)) return rawValue(*found);
+    if (auto found = seed_->hostCategory(key)) {
+      matched = key;
+      return rawValue(*found);
+    }
     const size_t dot = key.find('.');
     if (dot == std::string_view::npos) return std::nullopt;
     key.remove_prefix(dot + 1);

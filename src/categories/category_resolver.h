@@ -36,6 +36,16 @@ class CategoryCatalog;
 UsageCategory ruleCategory(std::string_view categoryRaw,
                            const std::function<bool(std::string_view id)>& customExists);
 
+// Which of the resolver's steps filed a stretch, and by what: the keyword, the host (as far as
+// the suffix walk went), or the application identifier that matched.
+struct CategoryDecision {
+  enum class Source { keywordRule, hostRule, builtInHost, appRule, builtInApp, nothing };
+  std::string category;  // as category() answers
+  Source source = Source::nothing;
+  std::string matched;  // lower-cased; empty for nothing
+};
+std::string_view rawValue(CategoryDecision::Source source);
+
 class CategoryResolver {
  public:
   // No rules and no seed: everything is "other".
@@ -60,6 +70,10 @@ class CategoryResolver {
   std::string_view category(std::string_view bundleId,
                             std::optional<std::string_view> host = std::nullopt,
                             std::optional<std::string_view> title = std::nullopt) const;
+  // The same answer with the step that gave it, for explaining a category to the user.
+  CategoryDecision decide(std::string_view bundleId,
+                          std::optional<std::string_view> host = std::nullopt,
+                          std::optional<std::string_view> title = std::nullopt) const;
   // Whether a window title can change the answer (the user has keyword rules).
   bool readsTitles() const { return !keywordRules_.empty(); }
 
@@ -72,8 +86,13 @@ class CategoryResolver {
   using Table = std::unordered_map<std::string, std::string_view, Hash, std::equal_to<>>;
 
   std::string_view targetOf(const CategoryRule& rule) const;
-  std::optional<std::string_view> walkHostRules(std::string_view host) const;
-  std::optional<std::string_view> walkSeedHosts(std::string_view host) const;
+  // `why`, when given, is told which step decided.
+  std::string_view resolve(std::string_view bundleId, std::optional<std::string_view> host,
+                           std::optional<std::string_view> title, CategoryDecision* why) const;
+  std::optional<std::string_view> walkHostRules(std::string_view host,
+                                                std::string_view& matched) const;
+  std::optional<std::string_view> walkSeedHosts(std::string_view host,
+                                                std::string_view& matched) const;
 
   std::set<std::string, std::less<>> customIds_;  // node-based: views into it stay valid
   Table appRules_;

@@ -2,6 +2,10 @@
 
 #include <algorithm>
 
+#include "base/notice_bus.h"
+#include "base/strings.h"
+#include "settings/settings.h"
+
 namespace velto::cli {
 
 namespace {
@@ -22,6 +26,12 @@ void registerCommand(Command command) {
 
 const std::vector<Command>& commands() {
   return registry();
+}
+
+std::string interfaceLanguage(const std::filesystem::path& settingsFile) {
+  NoticeBus notices;
+  const Settings settings(settingsFile, notices);
+  return i18n::resolveLanguage(settings.uiLanguage());
 }
 
 bool wantsHelp(const std::vector<std::string>& args) {

@@ -11,6 +11,7 @@
 #include "base/strings.h"
 #include "cli/command.h"
 #include "platform/linux/journal_log_sink.h"
+#include "settings/settings.h"
 
 namespace {
 
@@ -48,7 +49,7 @@ void startDesktopApplication(char** argv, const std::string& language) {
 
 int main(int argc, char** argv) {
   velto::platform::installLogSinks();
-  const std::string language = velto::i18n::resolveLanguage("auto");
+  const std::string language = velto::cli::interfaceLanguage(velto::Settings::defaultPath());
   if (argc < 2) {
     startDesktopApplication(argv, language);
     return 1;

@@ -5,8 +5,8 @@
 
 #include "base/log.h"
 #include "context/unicode_text.h"
-#include "surfaces/settings.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings.h"
+#include "settings/settings_keys.h"
 
 namespace velto {
 

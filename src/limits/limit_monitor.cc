@@ -9,8 +9,8 @@
 #include "base/notices.h"
 #include "base/strings.h"
 #include "reports/duration_text.h"
+#include "settings/settings_keys.h"
 #include "summaries/notification_router.h"
-#include "surfaces/settings_keys.h"
 
 namespace velto {
 

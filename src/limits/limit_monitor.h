@@ -20,8 +20,8 @@
 #include "base/scheduler.h"
 #include "limits/limit_progress.h"
 #include "limits/limit_store.h"
+#include "settings/settings.h"
 #include "summaries/notifier_environment.h"
-#include "surfaces/settings.h"
 
 namespace velto {
 

@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/log.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 
 namespace velto {
 

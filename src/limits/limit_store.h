@@ -11,7 +11,7 @@
 #include "base/clock.h"
 #include "base/notice_bus.h"
 #include "limits/usage_limit.h"
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 
 namespace velto {
 

@@ -26,7 +26,7 @@
 #include "recording/segment_recorder.h"
 #include "recording/session_lifecycle_observer.h"
 #include "recording/tracking_command.h"
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 
 namespace velto {
 

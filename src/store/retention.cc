@@ -2,7 +2,7 @@
 
 #include <climits>
 
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 
 namespace velto {
 

@@ -5,8 +5,8 @@
 
 #include "base/clock.h"
 #include "base/notice_bus.h"
+#include "settings/settings.h"
 #include "store/segment_store.h"
-#include "surfaces/settings.h"
 
 namespace velto {
 

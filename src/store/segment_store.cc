@@ -1,5 +1,7 @@
 #include "store/segment_store.h"
 
+#include <algorithm>
+
 #include "base/log.h"
 #include "base/notices.h"
 #include "recording/off_computer.h"
@@ -266,6 +268,78 @@ Status SegmentStore::nameTime(Instant start, Instant end, std::string_view bundl
     }
     return {};
   });
+}
+
+Result<SegmentStore::RangeEdit> SegmentStore::editRange(
+    Instant start, Instant end, const std::function<bool(const Segment&)>& matches,
+    const std::optional<RangeOwner>& giveTo) {
+  if (!(start < end)) return Error{"the stretch is empty"};
+  auto touched = [&](const Segment& row) {
+    return std::max(row.startedAt, start) < std::min(row.endedAt, end) &&
+           (!matches || matches(row));
+  };
+  {
+    Result<std::vector<Segment>> rows = fetchOverlapping(start, end);
+    if (!rows) return Error{rows.error()};
+    if (std::none_of(rows->begin(), rows->end(), touched)) return RangeEdit{};
+  }
+  RangeEdit outcome;
+  Status done = edit(giveTo ? "Segment reassign" : "Segment delete", [&]() -> Status {
+    outcome = RangeEdit{};
+    Result<std::vector<Segment>> rows = fetchOverlapping(start, end);
+    if (!rows) return Error{rows.error()};
+    for (const Segment& row : *rows) {
+      if (!touched(row)) continue;
+      const Instant from = std::max(row.startedAt, start);
+      const Instant to = std::min(row.endedAt, end);
+      ++outcome.rows;
+      outcome.seconds += secondsBetween(from, to);
+      if (Status deleted =
+              forEachId(db_, "DELETE FROM segment WHERE id = ?", std::span(&row.id, 1));
+          !deleted) {
+        return deleted;
+      }
+      auto piece = [&](Instant pieceStart, Instant pieceEnd) {
+        Segment part = row;
+        part.id = Uuid::random();
+        part.startedAt = pieceStart;
+        part.endedAt = pieceEnd;
+        part.seconds = secondsBetween(pieceStart, pieceEnd);
+        if (pieceStart != row.startedAt) part.dayKey = calendar_.dayKey(pieceStart);
+        return part;
+      };
+      if (row.startedAt < from) {
+        if (Status kept = insertRow(piece(row.startedAt, from)); !kept) return kept;
+      }
+      if (to < row.endedAt) {
+        if (Status kept = insertRow(piece(to, row.endedAt)); !kept) return kept;
+      }
+      if (giveTo) {
+        Segment given = piece(from, to);
+        given.id = row.id;
+        given.bundleId = giveTo->bundleId;
+        given.appName = giveTo->appName;
+        given.windowTitle.reset();
+        given.host.reset();
+        given.toolName.reset();
+        given.url.reset();
+        given.endReasonRaw = std::string(rawValue(SegmentEndReason::manual));
+        if (Status inserted = insertRow(given); !inserted) return inserted;
+      }
+    }
+    return {};
+  });
+  if (!done) return Error{done.error()};
+  return outcome;
+}
+
+bool SegmentStore::changedElsewhere() {
+  // SQLite's data version moves only with other connections' commits, never with our own.
+  const auto stamp = db_.changeStamp();
+  if (!stamp) return false;
+  const bool changed = seenDataVersion_ && *seenDataVersion_ != stamp->first;
+  seenDataVersion_ = stamp->first;
+  return changed;
 }
 
 Result<std::vector<CategoryRule>> SegmentStore::categoryRules() {

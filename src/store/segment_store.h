@@ -63,6 +63,25 @@ class SegmentStore final : public SegmentSink {
   Status nameTime(Instant start, Instant end, std::string_view bundleId, std::string_view appName,
                   std::span<const Uuid> replacing);
 
+  // Who a stretch is given to by editRange.
+  struct RangeOwner {
+    std::string bundleId;
+    std::string appName;
+  };
+  // What editRange changed: the rows it touched and their recorded seconds within the stretch.
+  struct RangeEdit {
+    std::int64_t rows = 0;
+    double seconds = 0;
+  };
+  // Deletes the recorded time within [start, end) of the rows `matches` accepts (every row
+  // when it is empty), or with `giveTo` gives it to that application as "manual" rows with
+  // their details cleared, as reassign does. A row crossing an edge keeps its part outside as a
+  // row of its own; the part inside keeps the row's id. Nothing matching: no write, no notice.
+  // One transaction, logged as "Segment delete" or "Segment reassign" when it fails.
+  Result<RangeEdit> editRange(Instant start, Instant end,
+                              const std::function<bool(const Segment&)>& matches,
+                              const std::optional<RangeOwner>& giveTo);
+
   // --- Category rules ---
   Result<std::vector<CategoryRule>> categoryRules();  // oldest first
   Status insertRule(const CategoryRule& rule);
@@ -70,6 +89,10 @@ class SegmentStore final : public SegmentSink {
   Status deleteRule(const Uuid& id);
   Status deleteRulesForCategory(std::string_view categoryRaw);
   Status deleteAllRules();
+
+  // True when another connection to the file (another process: `velto rules`, `velto delete`,
+  // an import) committed a change since the previous call; the first call only takes note.
+  bool changedElsewhere();
 
   PersistenceController& persistence() { return persistence_; }
 
@@ -92,6 +115,7 @@ class SegmentStore final : public SegmentSink {
   std::optional<sql::Statement> insertStatement_;
   // The longest row in microseconds: bounds the index scan of interval fetches.
   std::int64_t longestRowUs_ = 0;
+  std::optional<std::int64_t> seenDataVersion_;
 };
 
 }  // namespace velto

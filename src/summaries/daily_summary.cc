@@ -8,9 +8,9 @@
 #include "base/strings.h"
 #include "categories/category_catalog.h"
 #include "reports/duration_text.h"
+#include "settings/settings_keys.h"
 #include "summaries/locale_text.h"
 #include "summaries/notification_router.h"
-#include "surfaces/settings_keys.h"
 
 namespace velto {
 

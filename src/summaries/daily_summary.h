@@ -17,9 +17,9 @@
 #include "base/notice_bus.h"
 #include "base/scheduler.h"
 #include "limits/limit_progress.h"
+#include "settings/settings.h"
 #include "summaries/notifier_environment.h"
 #include "summaries/summary_figures.h"
-#include "surfaces/settings.h"
 
 namespace velto {
 

@@ -9,8 +9,8 @@
 #include "base/clock.h"
 #include "base/notice_bus.h"
 #include "base/scheduler.h"
+#include "settings/settings.h"
 #include "summaries/notification_center.h"
-#include "surfaces/settings.h"
 
 namespace velto {
 

@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "settings/settings.h"
 #include "summaries/language_model.h"
-#include "surfaces/settings.h"
 
 namespace velto {
 

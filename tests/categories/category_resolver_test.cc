@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "categories/category_resolution.h"
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 #include "test_support/log_capture.h"
 #include "test_support/temp_dir.h"
 #include "test_support/time_helpers.h"

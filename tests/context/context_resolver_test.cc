@@ -7,7 +7,7 @@
 #include "context/app_catalog.h"
 #include "context/context_detail.h"
 #include "context/exclusion_store.h"
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 #include "test_support/temp_dir.h"
 
 namespace velto {

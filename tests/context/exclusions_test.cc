@@ -6,8 +6,8 @@
 #include "base/files.h"
 #include "context/exclusion_list.h"
 #include "context/exclusion_store.h"
-#include "surfaces/settings.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings.h"
+#include "settings/settings_keys.h"
 #include "test_support/log_capture.h"
 #include "test_support/temp_dir.h"
 

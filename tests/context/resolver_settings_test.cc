@@ -10,7 +10,7 @@
 
 #include "context/context_resolver.h"
 #include "context/exclusion_store.h"
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 #include "test_support/temp_dir.h"
 
 namespace velto {

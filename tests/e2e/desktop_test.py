@@ -218,6 +218,29 @@ def scenario(s):
     s.check(summaries.count("Time limit reached") == 1,
             "the notification reaches dunst once (a repost replaces it)", history[:400])
 
+    # A limit set from the command line reaches the running recorder, which alerts at once:
+    # Alpha has been in front for longer than the limit. (Here, so that the wait for the first
+    # heartbeat below absorbs the time it takes.)
+    added = s.velto("limits", "add", "app:alpha", "5s", check=False)
+    s.check(added.returncode == 0, "velto limits add takes a limit", added.stderr)
+    s.pause(3)
+    s.run(["dunstctl", "close-all"], check=False)
+    history = s.run(["dunstctl", "history"], check=False).stdout
+    try:
+        summaries = [entry["summary"]["data"] for entry in json.loads(history)["data"][0]]
+    except (ValueError, KeyError, IndexError):
+        summaries = []
+    s.check("alpha has hit today's limit" in [t.lower() for t in summaries],
+            "a limit added with velto limits add reaches the running recorder and alerts",
+            summaries)
+    listed = s.velto("limits", "--json", check=False)
+    try:
+        limit = json.loads(listed.stdout)["limits"][0]
+    except (ValueError, KeyError, IndexError):
+        limit = {}
+    s.check(limit.get("key") == "limit:day:app:alpha" and limit.get("overOrMet") is True,
+            "velto limits --json lists the rule as reached", listed.stdout)
+
     # The checkpoint is written at the first heartbeat, 60 s after start.
     s.pause(max(0.0, 64 - (time.monotonic() - started)))
     bar = s.velto("status", "--format", "waybar").stdout

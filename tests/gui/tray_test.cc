@@ -10,7 +10,7 @@
 #include "gui/tray/chip_palette.h"
 #include "gui/tray/tray_controller.h"
 #include "gui/tray/tray_menu_model.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 
 namespace velto::gui {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "base/manual_scheduler.h"
 #include "base/notices.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 #include "test_support/log_capture.h"
 #include "test_support/temp_dir.h"
 #include "test_support/time_helpers.h"

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "limits/limit_progress.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 #include "test_support/log_capture.h"
 #include "test_support/temp_dir.h"
 #include "test_support/time_helpers.h"

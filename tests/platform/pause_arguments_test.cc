@@ -10,19 +10,6 @@ namespace {
 
 using velto::testing::at;
 
-TEST(PauseArguments, Durations) {
-  struct Case {
-    const char* text;
-    std::optional<double> seconds;
-  };
-  const Case cases[] = {
-      {"30m", 1800},       {"2h", 7200},          {"1h30m", 5400},       {"45s", 45},
-      {"90", 5400},        {"", std::nullopt},    {"0m", std::nullopt},  {"1h30", std::nullopt},
-      {"m", std::nullopt}, {"10d", std::nullopt}, {"-5m", std::nullopt}, {"9999999m", std::nullopt},
-  };
-  for (const Case& c : cases) EXPECT_EQ(parseDuration(c.text), c.seconds) << c.text;
-}
-
 TEST(PauseArguments, UntilIsTheNextWallClockTimeInTheZone) {
   const Calendar berlin = *Calendar::named("Europe/Berlin");
   const Instant now = at("2026-11-14T12:00:00Z");  // 13:00 in Berlin

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "settings/settings_keys.h"
 #include "store_fixture.h"
-#include "surfaces/settings_keys.h"
 #include "test_support/log_capture.h"
 
 namespace velto {

@@ -4,10 +4,10 @@
 
 #include "base/manual_scheduler.h"
 #include "reports/duration_text.h"
+#include "settings/settings_keys.h"
 #include "summaries/daily_summary.h"
 #include "summaries/locale_text.h"
 #include "summaries/weekly_digest.h"
-#include "surfaces/settings_keys.h"
 #include "test_support/log_capture.h"
 #include "test_support/temp_dir.h"
 #include "test_support/time_helpers.h"

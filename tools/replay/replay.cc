@@ -14,6 +14,7 @@
 #include "base/notices.h"
 #include "recording/scripted_sources.h"
 #include "scripted_context.h"
+#include "summaries/notification_router.h"
 
 namespace velto::replay {
 
@@ -84,6 +85,70 @@ json orNull(const std::optional<std::string>& value) {
   return value ? json(*value) : json(nullptr);
 }
 
+// The notifications the real notifiers post (limit and goal alerts, the daily summary, the
+// weekly digest), printed as lines at the virtual instant they are posted, with the screen a
+// click on them would open.
+class PrintingNotifications final : public AppNotificationCentering {
+ public:
+  PrintingNotifications(const Clock& clock, const Calendar& calendar, std::ostream& output)
+      : clock_(clock), calendar_(calendar), output_(output) {}
+
+  void authorizationStatus(std::function<void(NotificationAuthorization)> done) override {
+    done(NotificationAuthorization::authorized);
+  }
+
+  void add(const NotificationRequest& request, std::function<void(Status)> done) override {
+    json line = {{"type", "notification"},
+                 {"kind", kindOf(request)},
+                 {"at", formatIso8601Local(clock_.now(), calendar_)},
+                 {"title", request.title},
+                 {"body", request.body},
+                 {"route", routeOf(request.categoryIdentifier)}};
+    output_ << line.dump() << '\n';
+    done(Status());
+  }
+
+ private:
+  static std::string kindOf(const NotificationRequest& request) {
+    const std::string_view category = request.categoryIdentifier;
+    if (category == NotificationRouter::kDaily) return "daily";
+    if (category == NotificationRouter::kDigest) return "digest";
+    return request.identifier.ends_with(std::string(":") +
+                                        std::string(rawValue(AlertLevel::goalReached)))
+               ? "goal"
+               : "limit";
+  }
+
+  // What the router opens for a click on the notification itself.
+  static json routeOf(std::string_view category) {
+    std::string route;
+    NotificationRouter router;
+    router.onOpenToday = [&] { route = "today"; };
+    router.onOpenTodayOverview = [&] { route = "todayOverview"; };
+    router.onOpenWeek = [&] { route = "week"; };
+    router.handleResponse(category, true);
+    return route.empty() ? json(nullptr) : json(route);
+  }
+
+  const Clock& clock_;
+  const Calendar& calendar_;
+  std::ostream& output_;
+};
+
+// "everything", "app:ID", "site:HOST" or "category:ID", as `velto limits add` takes them.
+UsageLimit::Subject subjectNamed(const std::string& text, const std::string& name) {
+  if (text == "everything") return UsageLimit::Subject::total();
+  const size_t colon = text.find(':');
+  const std::string kind = colon == std::string::npos ? "" : text.substr(0, colon);
+  const std::string value = colon == std::string::npos ? "" : text.substr(colon + 1);
+  if (!value.empty() && kind == "app") {
+    return UsageLimit::Subject::app(value, name.empty() ? value : name);
+  }
+  if (!value.empty() && kind == "site") return UsageLimit::Subject::host(value);
+  if (!value.empty() && kind == "category") return UsageLimit::Subject::category(value);
+  throw LineError{"unknown subject \"" + text + "\""};
+}
+
 // One replay: the scripted desktop and, between launch and quit or crash, the services.
 class Session {
  public:
@@ -93,6 +158,7 @@ class Session {
         scheduler_(start),
         idle_(scheduler_),
         tabs_(scheduler_),
+        notifications_(scheduler_, calendar_, output),
         output_(output) {}
 
   void advanceTo(Instant at) {
@@ -156,6 +222,7 @@ class Session {
       return;
     }
     if (name == "settings") return applySettings(field(event, "values"));
+    if (name == "limits") return applyLimits(field(event, "limits"));
     if (name == "wipe") {
       (void)requireServices().store().wipe();
       return;
@@ -171,8 +238,8 @@ class Session {
 
   void launch() {
     if (services_) throw LineError{"Velto is already running"};
-    Desktop desktop{front_, titles_,     idle_,      power_,    session_,
-                    &tabs_, &processes_, scheduler_, scheduler_};
+    Desktop desktop{front_, titles_,     idle_,      power_,     session_,
+                    &tabs_, &processes_, scheduler_, scheduler_, &notifications_};
     ServicePaths paths{folder_ / "settings.json", folder_ / "data", folder_ / "shared"};
     services_ = std::make_unique<ServiceSet>(desktop, paths, calendar_);
     services_->onRecorded = [this](const RecordedSegment& s) { printSegment(s); };
@@ -237,6 +304,33 @@ class Session {
     for (const auto& [key, value] : values.items()) settings->setJson(key, value);
   }
 
+  // Each rule is set as the Limits pane sets it (upsert by rule key): {"subject": "app:code",
+  // "name": "Code", "kind": "limit"|"goal", "span": "day"|"week", "amount": seconds};
+  // "enabled": false switches it off.
+  void applyLimits(const json& rules) {
+    if (!rules.is_array()) throw LineError{"\"limits\" must be an array"};
+    LimitStore& store = requireServices().limits();
+    for (const json& rule : rules) {
+      if (!rule.is_object()) throw LineError{"each limit must be an object"};
+      const UsageLimit::Subject subject =
+          subjectNamed(text(rule, "subject"), optionalText(rule, "name").value_or(""));
+      const auto kind = limitKindFromRaw(rule.contains("kind") ? text(rule, "kind") : "limit");
+      const auto span = limitSpanFromRaw(rule.contains("span") ? text(rule, "span") : "day");
+      if (!kind) throw LineError{"\"kind\" must be limit or goal"};
+      if (!span) throw LineError{"\"span\" must be day or week"};
+      const json& amount = field(rule, "amount");
+      if (!amount.is_number() || !(amount.get<double>() > 0)) {
+        throw LineError{"\"amount\" must be a positive number of seconds"};
+      }
+      store.set(subject, *kind, *span, amount.get<double>());
+      if (rule.contains("enabled") && !boolean(rule, "enabled")) {
+        for (const UsageLimit& limit : store.limits()) {
+          if (limit.ruleKey() == ruleKey(*kind, *span, subject)) store.setEnabled(limit.id, false);
+        }
+      }
+    }
+  }
+
   void printSegment(const RecordedSegment& s) {
     const ServiceSet& services = *services_;
     (void)services;
@@ -277,6 +371,7 @@ class Session {
   ScriptedSessionEvents session_;
   ScriptedTabReader tabs_;
   ScriptedProcessTable processes_;
+  PrintingNotifications notifications_;
   std::optional<RunningApplication> frontWindow_;
   std::ostream& output_;
   std::unique_ptr<ServiceSet> services_;
@@ -319,7 +414,13 @@ int run(const Options& options, std::istream& input, std::ostream& output, std::
     try {
       json event = json::parse(line, nullptr, false);
       if (event.is_discarded() || !event.is_object()) throw LineError{"not a JSON object"};
-      const std::string name = text(event, "event");
+      // Lines that set limits and switches may be written {"type": "limits"|"settings", ...}.
+      const std::string name = event.contains("type") && !event.contains("event")
+                                   ? text(event, "type")
+                                   : text(event, "event");
+      if (event.contains("type") && name != "limits" && name != "settings") {
+        throw LineError{"\"type\" is for limits and settings lines"};
+      }
       const Instant at = instant(event, "at");
       if (!session) session = std::make_unique<Session>(*calendar, folder, at, output);
       session->advanceTo(at);

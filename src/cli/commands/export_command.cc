@@ -82,8 +82,12 @@ int runExport(const Invocation& invocation) {
   return 0;
 }
 
-const Registration registration(Command{"export", "cli.export.summary", "cli.export.help",
-                                        runExport});
+const Registration registration(Command{"export",
+                                        "cli.export.summary",
+                                        "cli.export.help",
+                                        runExport,
+                                        {"--range", "--detail", "--format", "--output", "--period",
+                                         "--date", "--from", "--to", "--preset"}});
 
 }  // namespace
 

@@ -11,7 +11,7 @@
 #include "cli/command.h"
 #include "cli/commands/recorder_presence.h"
 #include "recording/tracking_command.h"
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 
 namespace velto::cli {
 
@@ -65,7 +65,8 @@ int pause(const Invocation& invocation) {
   return 0;
 }
 
-const Registration registration{Command{"pause", "pause.summary", "pause.help", pause}};
+const Registration registration{
+    Command{"pause", "pause.summary", "pause.help", pause, {"--for", "--until"}}};
 
 }  // namespace
 

@@ -7,6 +7,8 @@
 #include <cctype>
 #include <string>
 
+#include "base/duration_input.h"
+
 namespace velto::cli {
 
 RecorderLock::RecorderLock(std::filesystem::path sharedFolder)
@@ -43,44 +45,6 @@ std::optional<int> RecorderLock::holder() const {
   ::close(fd);
   if (length <= 0) return 0;
   return std::atoi(buffer);
-}
-
-std::optional<double> parseDuration(std::string_view text) {
-  if (text.empty()) return std::nullopt;
-  double total = 0;
-  bool sawUnit = false;
-  size_t at = 0;
-  while (at < text.size()) {
-    size_t digits = at;
-    while (digits < text.size() && std::isdigit(static_cast<unsigned char>(text[digits]))) {
-      ++digits;
-    }
-    if (digits == at || digits - at > 6) return std::nullopt;
-    const double value = std::stod(std::string(text.substr(at, digits - at)));
-    if (digits == text.size()) {
-      if (sawUnit) return std::nullopt;  // "1h30" is ambiguous
-      total += value * 60;
-      at = digits;
-      break;
-    }
-    switch (text[digits]) {
-      case 's':
-        total += value;
-        break;
-      case 'm':
-        total += value * 60;
-        break;
-      case 'h':
-        total += value * 3600;
-        break;
-      default:
-        return std::nullopt;
-    }
-    sawUnit = true;
-    at = digits + 1;
-  }
-  if (!(total > 0)) return std::nullopt;
-  return total;
 }
 
 std::optional<Instant> nextTimeOfDay(std::string_view text, Instant now, const Calendar& calendar) {

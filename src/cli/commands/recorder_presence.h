@@ -32,10 +32,6 @@ class RecorderLock {
   int fd_ = -1;
 };
 
-// A duration such as "30m", "2h", "1h30m", "45s" or "90" (minutes), in seconds; none when it is
-// malformed or not positive.
-std::optional<double> parseDuration(std::string_view text);
-
 // The next time the wall clock of `calendar` shows "HH:MM" after `now` (today when still ahead,
 // else tomorrow); none when the text is not a time of day.
 std::optional<Instant> nextTimeOfDay(std::string_view text, Instant now, const Calendar& calendar);

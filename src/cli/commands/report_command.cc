@@ -30,8 +30,12 @@ int runReport(const Invocation& invocation) {
   return 0;
 }
 
-const Registration registration(Command{"report", "cli.report.summary", "cli.report.help",
-                                        runReport});
+const Registration registration(Command{
+    "report",
+    "cli.report.summary",
+    "cli.report.help",
+    runReport,
+    {"--period", "--date", "--from", "--to", "--preset", "--json"}});
 
 }  // namespace
 

@@ -1,6 +1,7 @@
 #include "cli/commands/report_session.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 
 #include "app/service_set.h"
@@ -52,7 +53,9 @@ Result<ParsedOptions> parseOptions(const std::vector<std::string>& args,
       options.values[arg] = args[++i];
     } else if (std::find(bare.begin(), bare.end(), arg) != bare.end()) {
       options.flags.push_back(arg);
-    } else if (!arg.starts_with("-")) {
+    } else if (!arg.starts_with("-") ||
+               (arg.size() > 1 && std::isdigit(static_cast<unsigned char>(arg[1])))) {
+      // "-1h" is a (negative) value, refused by whoever reads it, not an unknown option.
       options.positional.push_back(arg);
     } else {
       return Error{arg};

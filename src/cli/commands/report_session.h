@@ -16,9 +16,9 @@
 #include "reports/report_period.h"
 #include "reports/usage_report.h"
 #include "reports/usage_rollup.h"
+#include "settings/settings.h"
 #include "store/persistence_controller.h"
 #include "store/segment_store.h"
-#include "surfaces/settings.h"
 
 namespace velto::cli {
 

@@ -9,7 +9,7 @@
 #include "cli/command.h"
 #include "cli/commands/recorder_presence.h"
 #include "recording/tracking_command.h"
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 
 namespace velto::cli {
 

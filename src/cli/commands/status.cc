@@ -23,7 +23,7 @@
 #include "cli/commands/waybar_source.h"
 #include "platform/linux/atspi_tab_reader.h"
 #include "platform/linux/linux_desktop.h"
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 
 namespace velto::cli {
 
@@ -165,7 +165,8 @@ int status(const Invocation& invocation) {
   return 0;
 }
 
-const Registration registration{Command{"status", "status.summary", "status.help", status}};
+const Registration registration{
+    Command{"status", "status.summary", "status.help", status, {"--json", "--format", "waybar"}}};
 
 }  // namespace
 

@@ -80,8 +80,12 @@ int runSummary(const Invocation& invocation) {
   return 0;
 }
 
-const Registration registration(Command{"summary", "cli.summary.summary", "cli.summary.help",
-                                        runSummary});
+const Registration registration(Command{
+    "summary",
+    "cli.summary.summary",
+    "cli.summary.help",
+    runSummary,
+    {"--period", "--date", "--from", "--to", "--preset", "--facts", "--json"}});
 
 }  // namespace
 

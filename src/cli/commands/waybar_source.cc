@@ -1,5 +1,6 @@
 #include "cli/commands/waybar_source.h"
 
+#include "app/report_figures.h"
 #include "app/service_set.h"
 #include "base/files.h"
 #include "base/log.h"
@@ -8,7 +9,6 @@
 #include "limits/limit_monitor.h"
 #include "limits/limit_store.h"
 #include "recording/segment_checkpoint.h"
-#include "reports/report_figures.h"
 #include "summaries/notification_center.h"
 #include "surfaces/waybar_status.h"
 

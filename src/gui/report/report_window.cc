@@ -33,7 +33,7 @@
 #include "gui/report/trends_panel.h"
 #include "gui/report/usage_rows_model.h"
 #include "gui/shell/window_state.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 
 namespace velto::gui {
 

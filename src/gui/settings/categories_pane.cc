@@ -115,41 +115,13 @@ class CategoriesPane : public QWidget {
   void changeName() {
     const std::string name = name_->text().trimmed().toStdString();
     if (name.empty()) return showSelected();
-    apply([&](CategoryOverride& change) { change.name = name; },
-          [&](CustomCategory& custom) { custom.name = name; });
+    services_.categories().change(selected(), CategoryOverride{name, std::nullopt, std::nullopt});
   }
 
   void changeHueOrFocus() {
     const std::string hue = hue_->currentData().toString().toStdString();
     const auto focus = static_cast<FocusLabel>(focus_->currentData().toInt());
-    apply(
-        [&](CategoryOverride& change) {
-          change.hueKey = hue;
-          change.focus = focus;
-        },
-        [&](CustomCategory& custom) {
-          custom.hueKey = hue;
-          custom.focus = focus;
-        });
-  }
-
-  template <typename OnBuiltIn, typename OnCustom>
-  void apply(OnBuiltIn onBuiltIn, OnCustom onCustom) {
-    const UsageCategory category = selected();
-    CategoryCatalog& catalog = services_.categories();
-    if (category.isBuiltIn()) {
-      const auto builtIn = category.builtIn();
-      if (!builtIn) return;
-      const auto contents = catalog.contents();
-      const auto found = contents.overrides.find(std::string(category.rawValue()));
-      CategoryOverride change =
-          found != contents.overrides.end() ? found->second : CategoryOverride{};
-      onBuiltIn(change);
-      catalog.setOverride(*builtIn, change);
-    } else if (std::optional<CustomCategory> custom = catalog.custom(category.customId())) {
-      onCustom(*custom);
-      catalog.updateCustom(*custom);
-    }
+    services_.categories().change(selected(), CategoryOverride{std::nullopt, hue, focus});
   }
 
   void addCustom() {

@@ -20,7 +20,7 @@
 #include "gui/shell/qt_text.h"
 #include "gui/shell/theme.h"
 #include "gui/tray/tray_controller.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 
 namespace velto::gui {
 

@@ -12,7 +12,7 @@
 #include "gui/shell/pause_actions.h"
 #include "gui/shell/qt_text.h"
 #include "gui/tray/chip_icon.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 
 namespace velto::gui {
 

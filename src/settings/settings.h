@@ -1,4 +1,4 @@
-// Typed access to every user setting and remembered mark (keys in surfaces/settings_keys.h).
+// Typed access to every user setting and remembered mark (keys in settings/settings_keys.h).
 //
 // Getters apply the default and the range rule at read time: an absent key, a value of the wrong
 // type or a value out of range reads as the default. Setters store plain values and do not clamp;
@@ -50,6 +50,11 @@ class Settings {
   // Picks up another process's write and posts a notice for each key whose value changed. The
   // platform calls this when it sees the file change.
   void reloadIfChanged();
+
+  // Whether `key` holds a stored value (of any type); absent keys read as their default.
+  bool isStored(std::string_view key) const;
+  // Removes the stored value of `key`, so its getter reads the default again.
+  void reset(std::string_view key);
 
   // --- Recording ---
   bool isPaused() const;  // default false

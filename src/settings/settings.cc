@@ -1,4 +1,4 @@
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 
 #include <algorithm>
 #include <climits>
@@ -9,7 +9,7 @@
 #include "base/iso8601.h"
 #include "base/log.h"
 #include "base/paths.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 
 namespace velto {
 
@@ -66,6 +66,14 @@ std::filesystem::path Settings::defaultPath() {
 
 void Settings::reloadIfChanged() {
   post(file_.reloadIfChanged());
+}
+
+bool Settings::isStored(std::string_view key) const {
+  return file_.value(key) != nullptr;
+}
+
+void Settings::reset(std::string_view key) {
+  erase(key);
 }
 
 bool Settings::boolean(std::string_view key, bool fallback) const {

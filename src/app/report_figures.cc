@@ -1,4 +1,4 @@
-#include "reports/report_figures.h"
+#include "app/report_figures.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <functional>
 
 #include "base/files.h"
-#include "surfaces/settings_keys.h"
+#include "settings/settings_keys.h"
 #include "test_support/log_capture.h"
 #include "test_support/temp_dir.h"
 #include "test_support/time_helpers.h"

@@ -1,5 +1,5 @@
 // The names of the settings keys. Each name is also the NoticeBus notice posted when that key's
-// value changes (see surfaces/settings.h).
+// value changes (see settings/settings.h).
 #pragma once
 
 #include <string_view>
