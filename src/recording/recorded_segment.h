@@ -22,6 +22,8 @@ class SegmentSink {
  public:
   virtual ~SegmentSink() = default;
   virtual void record(const RecordedSegment& segment) = 0;
+  // Called on every heartbeat: a sink that keeps segments it could not store yet tries again.
+  virtual void retry() {}
 };
 
 }  // namespace velto

@@ -151,6 +151,7 @@ void SegmentRecorder::heartbeat(Instant at) {
       lastSeen_ = at;
     }
   }
+  if (std::shared_ptr<SegmentSink> sink = sink_.lock()) sink->retry();
   if (checkpoints_ == nullptr) return;
   if (open_ && !isSuspended() && lastSeen_) {
     checkpoints_->write(SegmentCheckpoint{open_->context, open_->startedAt, *lastSeen_});

@@ -112,7 +112,23 @@ Result<Uuid> SegmentStore::insert(const RecordedSegment& recorded) {
 }
 
 void SegmentStore::record(const RecordedSegment& segment) {
-  (void)insert(segment);
+  retry();
+  if (pending_.empty() && insert(segment)) return;
+  if (pending_.size() == kMaxPending) {
+    log::error("Dropped a segment kept for %{public}ld waiting ones", std::to_string(kMaxPending));
+    pending_.pop_front();
+  }
+  pending_.push_back(segment);
+  log::info("Kept the segment to store it later (%{public}ld waiting)",
+            std::to_string(pending_.size()));
+}
+
+void SegmentStore::retry() {
+  const size_t waiting = pending_.size();
+  while (!pending_.empty() && insert(pending_.front())) pending_.pop_front();
+  if (waiting != 0 && pending_.empty()) {
+    log::info("Stored %{public}ld kept segments", std::to_string(waiting));
+  }
 }
 
 Status SegmentStore::insertRows(std::span<const Segment> rows) {

@@ -10,6 +10,7 @@
 // Thread: main thread only. The controller, calendar and bus must outlive the store.
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <optional>
 #include <span>
@@ -31,9 +32,14 @@ class SegmentStore final : public SegmentSink {
   SegmentStore(PersistenceController& persistence, const Calendar& calendar, NoticeBus& notices);
 
   // --- Segments ---
-  // Stores the segment as a new row; a failure is logged and the segment is lost (recording
-  // goes on).
+  // Stores the segment as a new row. One that cannot be stored now (another process holds the
+  // store longer than the busy wait, the disk is full) is logged and kept in memory, in order,
+  // and stored with the next segment or heartbeat that succeeds; at most kMaxPending are kept,
+  // the oldest dropped first, with a log line.
   void record(const RecordedSegment& segment) override;
+  void retry() override;
+  static constexpr size_t kMaxPending = 1000;
+  size_t pendingCount() const { return pending_.size(); }
   Result<Uuid> insert(const RecordedSegment& segment);
   // Stores rows as given, ids included, in one transaction and with one notice (import, tests).
   Status insertRows(std::span<const Segment> rows);
@@ -115,6 +121,7 @@ class SegmentStore final : public SegmentSink {
   std::optional<sql::Statement> insertStatement_;
   // The longest row in microseconds: bounds the index scan of interval fetches.
   std::int64_t longestRowUs_ = 0;
+  std::deque<RecordedSegment> pending_;  // recorded but not stored yet, oldest first
   std::optional<std::int64_t> seenDataVersion_;
 };
 

@@ -26,7 +26,9 @@ namespace testing {
 class CollectingSink : public SegmentSink {
  public:
   void record(const RecordedSegment& segment) override { segments.push_back(segment); }
+  void retry() override { ++retries; }
   std::vector<RecordedSegment> segments;
+  int retries = 0;
 };
 
 inline ActivityContext app(const std::string& bundleId, const std::string& title = "") {

@@ -279,6 +279,16 @@ TEST_F(SegmentRecorderTest, HeartbeatCutsAtTheSafetyCap) {
   EXPECT_TRUE(logs.contains("Safety cap hit for video; cutting the segment"));
 }
 
+// Segments the store kept for later are tried again on every heartbeat, also while paused and
+// with nothing open: the rows must not wait for the next switch.
+TEST_F(SegmentRecorderTest, EveryHeartbeatLetsTheSinkRetry) {
+  const Instant start = at("2026-11-21T08:00:00Z");
+  recorder.heartbeat(start);
+  recorder.observe(app("mail"), start);
+  recorder.heartbeat(addSeconds(start, 60));
+  EXPECT_EQ(sink->retries, 2);
+}
+
 TEST_F(SegmentRecorderTest, EightHoursAndThirtySecondsGivesAnEightHourRecord) {
   const Instant start = at("2026-11-21T08:00:00Z");
   recorder.observe(app("video"), start);

@@ -271,4 +271,47 @@ TEST_F(StoreTest, CategoryRulesRoundTripOldestFirst) {
 }
 
 }  // namespace
+// A segment the store cannot take now (a full disk here; another process holding the store
+// past the busy wait alike) is kept and stored, in order, once the store takes writes again.
+TEST_F(StoreTest, SegmentsThatCannotBeStoredYetAreKeptAndStoredLater) {
+  failSegmentWrites();
+  LogCapture logs;
+  store->record(recorded("a", "2026-11-21T09:00:00Z", "2026-11-21T09:10:00Z"));
+  store->record(recorded("b", "2026-11-21T09:10:00Z", "2026-11-21T09:20:00Z"));
+  store->retry();  // a heartbeat while the store still refuses
+  EXPECT_EQ(store->pendingCount(), 2u);
+  EXPECT_TRUE(all().empty());
+  EXPECT_TRUE(logs.contains("Kept the segment to store it later (2 waiting)"));
+
+  ASSERT_TRUE(
+      persistence->database().exec("DROP TRIGGER temp.fail_insert; DROP TRIGGER temp.fail_update; "
+                                   "DROP TRIGGER temp.fail_delete"));
+  store->record(recorded("c", "2026-11-21T09:20:00Z", "2026-11-21T09:30:00Z"));
+  EXPECT_EQ(store->pendingCount(), 0u);
+  std::vector<std::string> stored;
+  for (const Segment& row : all()) stored.push_back(row.bundleId);
+  EXPECT_EQ(stored, (std::vector<std::string>{"a", "b", "c"}));
+  EXPECT_TRUE(logs.contains("Stored 2 kept segments"));
+  EXPECT_EQ(perDay(), (std::vector<std::string>{"2026-11-21: 1800 s, 3 rows"}));
+}
+
+TEST_F(StoreTest, KeptSegmentsAreBoundedOldestFirst) {
+  failSegmentWrites();
+  LogCapture logs;
+  for (size_t i = 0; i <= SegmentStore::kMaxPending; ++i) {
+    const Instant start = addSeconds(at("2026-11-21T00:00:00Z"), static_cast<double>(i) * 10);
+    ActivityContext context;
+    context.bundleId = "app" + std::to_string(i);
+    context.appName = context.bundleId;
+    store->record({context, start, addSeconds(start, 5), SegmentEndReason::focusChange});
+  }
+  EXPECT_EQ(store->pendingCount(), SegmentStore::kMaxPending);
+  EXPECT_TRUE(logs.contains("Dropped a segment kept for 1000 waiting ones"));
+  ASSERT_TRUE(persistence->database().exec("DROP TRIGGER temp.fail_insert"));
+  store->retry();
+  const std::vector<Segment> rows = all();
+  ASSERT_EQ(rows.size(), SegmentStore::kMaxPending);
+  EXPECT_EQ(rows.front().bundleId, "app1");  // app0, the oldest, was dropped
+}
+
 }  // namespace velto
