@@ -1,16 +1,24 @@
 #!/usr/bin/python3
-"""Crash loops for real: `velto record` killed with SIGKILL at random instants, many times over
-a scripted X11 session (xdotool switching between xterm windows), and restarted each time.
+"""Crash loops and concurrent writers for real, over a scripted X11 session (xdotool switching
+between xterm windows).
 
-Requires of the stored rows: none overlapping or duplicated; one "recovered" row for each kill
-that came after a heartbeat of the segment it cut; and recorded time short of the session's
-length by at most a minute per kill (never more than the session).
+Crash loops: `velto record` killed with SIGKILL at random instants, many times, and restarted
+each time. Requires of the stored rows: none overlapping or duplicated; one "recovered" row for
+each kill that came after a heartbeat of the segment it cut; and recorded time short of the
+session's length by at most a minute per kill (never more than the session).
+
+Concurrent writers: while the recorder records, other processes import a large export, delete
+and reassign stretches. Every command lands or fails with its own message in bounded time, and
+every switch the recorder saw is stored.
 
 Usage: crash_test.py BIN_DIR [SEED]
 Exit status: 0 all checks passed, 1 a check failed, 77 the session cannot be set up here.
 """
+import json
 import os
 import random
+import subprocess
+import threading
 import shutil
 import signal
 import sqlite3
@@ -93,6 +101,87 @@ def crash_loop(s, seed):
           f"{lost / len(kills):.1f} s lost per kill", flush=True)
 
 
+def big_export(path, rows, start):
+    """A segments export of `rows` rows a minute apart from `start` (seconds since 1970)."""
+    records = []
+    for n in range(rows):
+        at = start + n * 60
+        records.append({"start": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(at)),
+                        "end": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(at + 50)),
+                        "seconds": 50, "bundle_id": f"imported{n % 7}", "app": "Imported",
+                        "end_reason": "focusChange"})
+    with open(path, "w") as f:
+        json.dump(records, f)
+
+
+def concurrent_writers(s):
+    windows = [s.window(name, name.capitalize(), f"{name} term") for name in ("delta", "epsilon")]
+    # Rows for the edits to change: three days of January 2025, far from today.
+    first = os.path.join(s.root, "january.json")
+    big_export(first, 3 * 24 * 60, 1735776000)  # from 2025-01-02T00:00:00Z
+    s.velto("import", first)
+    export = os.path.join(s.root, "big.json")
+    big_export(export, 200000, 1738368000)  # from 2025-02-01T00:00:00Z
+    s.activate(windows[0])
+    recorder = s.start_recorder("concurrent.log")
+    switches = []
+    # The import holds the store for seconds; the edits come while it does.
+    commands = [
+        ["import", export],
+        ["delete", "--date", "2025-01-02"],
+        ["reassign", "--date", "2025-01-03", "--give-to", "org.example.Elsewhere"],
+        ["delete", "--from", "2025-01-04T10:00", "--to", "2025-01-04T12:00"],
+    ]
+    results = [None] * len(commands)
+
+    def run(index):
+        started = time.monotonic()
+        result = subprocess.run([os.path.join(s.bin, "velto"), *commands[index]], env=s.env,
+                                capture_output=True, text=True, timeout=180)
+        results[index] = (result, time.monotonic() - started)
+
+    threads = [threading.Thread(target=run, args=(i,)) for i in range(len(commands))]
+    threads[0].start()
+    s.pause(3)
+    for thread in threads[1:]:
+        thread.start()
+        s.pause(0.5)
+    for n in range(8):
+        s.pause(4)
+        s.activate(windows[(n + 1) % 2])
+        switches.append(time.time())
+    for thread in threads:
+        thread.join()
+    s.pause(65)  # a heartbeat for anything kept back to be stored
+    recorder.send_signal(signal.SIGTERM)
+    recorder.wait(timeout=15)
+
+    landed = 0
+    for command, (result, seconds) in zip(commands, results):
+        said = (result.stdout + result.stderr).strip()
+        landed += result.returncode == 0
+        s.check((result.returncode == 0 or said) and "database is locked" not in said.lower()
+                and seconds < 120,
+                f"velto {command[0]} {command[1]} lands or says why, in {seconds:.1f} s", said[-400:])
+    day = 1735776000 * 10**6  # 2025-01-02T00:00:00Z
+    left = [r for r in rows(s, day) if r[0] < day + 86400 * 10**6]
+    s.check(results[1][0].returncode != 0 or not left,
+            "the delete that said it landed removed its whole day", f"{len(left)} rows left")
+    since = int((switches[0] - 60) * 1e6)
+    found = rows(s, since)
+    recent = [r for r in found if r[0] >= int(switches[0] * 1e6) - 2_000_000]
+    for instant in switches[:-1]:
+        s.check(any(abs(r[0] / 1e6 - instant) <= 1.0 for r in recent),
+                "the recorder stores the row of a switch made while others wrote",
+                "\n".join(map(str, recent)))
+    log = s.read("concurrent.log")
+    s.check("Dropped a segment" not in log, "no segment is dropped for a busy store", log[-600:])
+    kept = log.count("Kept the segment")
+    print(f"      writes: {len(commands)} commands, {landed} landed, "
+          f"{len(commands) - landed} refused with a message; {kept} recorded segment(s) kept "
+          f"back while the store was busy", flush=True)
+
+
 def main():
     if len(sys.argv) not in (2, 3):
         print(__doc__)
@@ -112,6 +201,7 @@ def main():
         return SKIP
     try:
         crash_loop(s, seed)
+        concurrent_writers(s)
     except Failed as error:
         s.check(False, str(error))
     finally:
