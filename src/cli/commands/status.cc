@@ -10,7 +10,9 @@
 //     "missing" ("processes": the process of the window in front is known, so terminal tools
 //     and browser tabs can be read),
 //   "missingSources": [catalog keys of the messages of what is missing],
-//   "browserTabs": "off" | "atspi" | "missing".
+//   "browserTabs": "off" | "atspi" | "missing" (reading over AT-SPI),
+//   "browserHosts": [keys of the browsers with the extension's host installed: "chromium",
+//     "chrome", "brave", "edge", "vivaldi", "firefox"].
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -21,6 +23,7 @@
 #include "cli/command.h"
 #include "cli/commands/recorder_presence.h"
 #include "cli/commands/waybar_source.h"
+#include "context/native_host_manifests.h"
 #include "platform/linux/atspi_tab_reader.h"
 #include "platform/linux/linux_desktop.h"
 #include "surfaces/settings.h"
@@ -104,6 +107,7 @@ int status(const Invocation& invocation) {
   const bool tabsOptedIn = settings.accessibilityRequested();
   const bool tabsReadable = tabsOptedIn && platform::AtspiTabReader::hasAccessibilityBus();
   const char* tabsState = !tabsOptedIn ? "off" : tabsReadable ? "atspi" : "missing";
+  const std::vector<const NativeHostBrowser*> hosts = browsersWithVeltoHost(currentUserFolders());
 
   if (json) {
     nlohmann::json document;
@@ -126,6 +130,9 @@ int status(const Invocation& invocation) {
                            {"clock", state(has(MissingSource::clockWatch))},
                            {"processes", state(windowsSeen && has(MissingSource::processes))}};
     document["browserTabs"] = tabsState;
+    nlohmann::json hostKeys = nlohmann::json::array();
+    for (const NativeHostBrowser* browser : hosts) hostKeys.push_back(browser->key);
+    document["browserHosts"] = hostKeys;
     out(document.dump(2));
     return 0;
   }
@@ -162,6 +169,14 @@ int status(const Invocation& invocation) {
                         !tabsOptedIn   ? i18n::text(language, "status.value.atspiOff")
                         : tabsReadable ? i18n::text(language, "status.value.atspiOn")
                                        : missingText));
+  std::string hostNames;
+  for (const NativeHostBrowser* browser : hosts) {
+    if (!hostNames.empty()) hostNames += ", ";
+    hostNames += browser->name;
+  }
+  out("  " +
+      i18n::text(language, "status.source.browserHosts %@",
+                 hosts.empty() ? i18n::text(language, "status.value.noBrowserHosts") : hostNames));
   return 0;
 }
 
