@@ -6,13 +6,15 @@
 //
 // Refused frames (too long, not a report) are logged on standard error, which the browser keeps
 // in its own log, and skipped. The host exits when the browser closes the pipe, after telling
-// the recorder that this browser's reports end.
+// the recorder that this browser's reports end. When a recorder takes the bus name later (it
+// started after the browser, or restarted), the latest report of each browser is sent again.
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
-#include <set>
+#include <map>
 #include <string>
 
 #include "base/log.h"
@@ -27,27 +29,92 @@ namespace {
 // A recorder answers at once; a stuck one must not hold the browser's reports back for long.
 constexpr std::chrono::milliseconds kCallTimeout{500};
 
+// The session-bus side: reports go to the recorder, and the latest report of each browser is
+// sent again when a recorder takes the name (a recorder started after the browser, or
+// restarted, learns the tab in front without waiting for the next switch).
 class RecorderLink {
  public:
+  RecorderLink() { connect(); }
+
   // Sends `report` of the browser at `pid`; a missing recorder is not an error (nothing is
   // being recorded), so it is only logged in debug lines.
   void send(const TabReport& report, int pid) {
+    if (latest_.size() < kMaxBrowsers || latest_.count(pid) > 0) latest_[pid] = report;
+    deliver(report, pid);
+  }
+  // Tells the recorder that the reports of every browser this host spoke for end.
+  void goneAll() {
+    for (const auto& [pid, report] : latest_) {
+      call("Gone", [pid = pid](sd_bus_message* message) {
+        return sd_bus_message_append(message, "i", static_cast<std::int32_t>(pid));
+      });
+    }
+  }
+
+  // The bus connection's descriptor and the poll events it waits for; -1 without a bus.
+  int fd() const { return bus_ ? sd_bus_get_fd(bus_.get()) : -1; }
+  short events() const {
+    const int wanted = bus_ ? sd_bus_get_events(bus_.get()) : 0;
+    return static_cast<short>(wanted > 0 ? wanted : POLLIN);
+  }
+  // Handles what the bus has for this host: the name's owner changes.
+  void process() {
+    if (!bus_) return;
+    int handled = 0;
+    while ((handled = sd_bus_process(bus_.get(), nullptr)) > 0) {
+    }
+    if (handled < 0) {
+      log::debug("The session bus connection ended");
+      bus_.reset();
+      ownerWatch_.reset();
+    }
+  }
+
+  // Sends every browser's latest report again when a recorder took the name.
+  void resendIfAsked() {
+    if (!resendAll_) return;
+    resendAll_ = false;
+    for (const auto& [pid, report] : latest_) deliver(report, pid);
+  }
+
+ private:
+  static constexpr std::size_t kMaxBrowsers = 8;
+
+  static int ownerChanged(sd_bus_message* message, void* data, sd_bus_error*) {
+    const char* name = nullptr;
+    const char* before = nullptr;
+    const char* after = nullptr;
+    if (sd_bus_message_read(message, "sss", &name, &before, &after) > 0 && after != nullptr &&
+        *after != '\0') {
+      static_cast<RecorderLink*>(data)->resendAll_ = true;
+    }
+    return 0;
+  }
+
+  void connect() {
+    bus_ = platform::bus::openSessionBus();
+    if (!bus_) return;
+    const std::string match =
+        "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
+        "member='NameOwnerChanged',arg0='" +
+        std::string(platform::kRecorderBusName) + "'";
+    sd_bus_slot* slot = nullptr;
+    if (sd_bus_add_match(bus_.get(), &slot, match.c_str(), ownerChanged, this) >= 0) {
+      ownerWatch_.reset(slot);
+    }
+  }
+
+  void deliver(const TabReport& report, int pid) {
     call("Report", [&](sd_bus_message* message) {
       return sd_bus_message_append(message, "issb", static_cast<std::int32_t>(pid),
                                    report.url.c_str(), report.title.c_str(),
                                    static_cast<int>(report.isPrivate));
     });
   }
-  void gone(int pid) {
-    call("Gone", [&](sd_bus_message* message) {
-      return sd_bus_message_append(message, "i", static_cast<std::int32_t>(pid));
-    });
-  }
 
- private:
   template <typename Append>
   void call(const char* member, Append append) {
-    if (!bus_) bus_ = platform::bus::openSessionBus();
+    if (!bus_) connect();
     if (!bus_) {
       log::debug("No session bus: the report is dropped");
       return;
@@ -59,26 +126,40 @@ class RecorderLink {
     std::string error;
     if (!platform::bus::callBlocking(bus_.get(), message.get(), kCallTimeout, &error)) {
       log::debug("The recorder did not take the report: %{public}s", error);
-      // A recorder that restarts gets a new connection's worth of state; so does this link.
-      bus_.reset();
     }
+    // The call may have read the owner's change; handle it now, as poll will not see it.
+    process();
+    resendIfAsked();
   }
 
   platform::bus::Connection bus_;
+  platform::bus::Slot ownerWatch_;
+  std::map<int, TabReport> latest_;  // the latest report of each browser, a handful at most
+  bool resendAll_ = false;
 };
 
 int run() {
   const int browserPid = static_cast<int>(::getppid());
   RecorderLink recorder;
   NativeMessageDecoder decoder;
-  std::set<int> reportedPids;  // whose reports end with this host (a handful at most)
   char buffer[8192];
   for (;;) {
+    pollfd watched[2] = {{STDIN_FILENO, POLLIN, 0}, {recorder.fd(), recorder.events(), 0}};
+    if (::poll(watched, watched[1].fd >= 0 ? 2 : 1, -1) < 0) {
+      if (errno == EINTR) continue;
+      log::error("Cannot wait for the browser: %{public}s", std::to_string(errno));
+      break;
+    }
+    if (watched[1].fd >= 0 && watched[1].revents != 0) {
+      recorder.process();
+      recorder.resendIfAsked();
+    }
+    if (watched[0].revents == 0) continue;
     const ssize_t got = ::read(STDIN_FILENO, buffer, sizeof buffer);
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) {
       log::error("Cannot read from the browser: %{public}s", std::to_string(errno));
-      for (int pid : reportedPids) recorder.gone(pid);
+      recorder.goneAll();
       return 1;
     }
     if (got == 0) break;
@@ -94,13 +175,11 @@ int run() {
         log::error("Refused a message that is not a tab report: %{public}s", report.error());
         continue;
       }
-      const int pid = report->processId > 0 ? report->processId : browserPid;
-      if (reportedPids.size() < 8) reportedPids.insert(pid);
-      recorder.send(*report, pid);
+      recorder.send(*report, report->processId > 0 ? report->processId : browserPid);
     }
   }
   if (decoder.hasPartialFrame()) log::error("The browser closed the pipe inside a message");
-  for (int pid : reportedPids) recorder.gone(pid);
+  recorder.goneAll();
   return 0;
 }
 
