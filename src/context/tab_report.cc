@@ -8,9 +8,7 @@
 
 namespace velto {
 
-namespace {
-
-bool hasAllowedScheme(std::string_view url) {
+bool isReportableUrl(std::string_view url) {
   if (url.empty()) return true;
   for (std::string_view scheme : {"http://", "https://", "file://"}) {
     if (url.size() >= scheme.size()) {
@@ -23,8 +21,6 @@ bool hasAllowedScheme(std::string_view url) {
   }
   return false;
 }
-
-}  // namespace
 
 Result<TabReport> parseTabReport(std::string_view json) {
   const nlohmann::json message = nlohmann::json::parse(json, nullptr, /*allow_exceptions=*/false);
@@ -49,7 +45,7 @@ Result<TabReport> parseTabReport(std::string_view json) {
   report.isPrivate = isPrivate->get<bool>();
   if (report.url.size() > kMaxReportedUrlBytes) return Error{"\"url\" is too long"};
   if (report.title.size() > kMaxReportedTitleBytes) return Error{"\"title\" is too long"};
-  if (!hasAllowedScheme(report.url)) return Error{"\"url\" is not http, https or file"};
+  if (!isReportableUrl(report.url)) return Error{"\"url\" is not http, https or file"};
   if (const auto pid = message.find("pid"); pid != message.end()) {
     if (!pid->is_number_integer()) return Error{"\"pid\" must be a whole number"};
     const auto value = pid->get<std::int64_t>();

@@ -41,6 +41,9 @@ struct TabReport {
 // message, which may hold an address).
 Result<TabReport> parseTabReport(std::string_view json);
 
+// Whether `url` may be reported: empty, or http, https or file in any case.
+bool isReportableUrl(std::string_view url);
+
 // The report with what a private window must not reveal removed: its URL and title are emptied
 // when it says it is private, or when its title does (isPrivateWindowTitle), which marks it
 // private too.

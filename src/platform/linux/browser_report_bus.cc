@@ -65,7 +65,7 @@ int BrowserReportBus::reportCalled(sd_bus_message* call) {
   const std::string_view urlText(url);
   const std::string_view titleText(title);
   if (pid <= 0 || pid > kMaxProcessId || urlText.size() > kMaxReportedUrlBytes ||
-      titleText.size() > kMaxReportedTitleBytes) {
+      titleText.size() > kMaxReportedTitleBytes || !isReportableUrl(urlText)) {
     log::error("Refused a browser tab report that is out of bounds");
     return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_INVALID_ARGS, "Report out of bounds");
   }
