@@ -213,8 +213,10 @@ def host_seconds(rows, host):
     return sum(r[3] for r in rows if r[1] == host)
 
 
-def browser_run(s, kind, port):
-    """Tab switches in the browser reach the store as sites with their times."""
+def browser_run(s, kind, port, recorder_first):
+    """Tab switches in the browser reach the store as sites with their times. With
+    `recorder_first` false the browser and its host start before the recorder, which must still
+    learn the tab in front without a switch."""
     name = kind.__name__
     installed = s.velto("browser", "install", kind.key, check=False)
     s.check(installed.returncode == 0, f"velto browser install {kind.key}", installed.stderr)
@@ -222,7 +224,7 @@ def browser_run(s, kind, port):
     s.check(status_.get("browserHosts") == [kind.key], f"velto status lists {name}", raw)
     extension = os.path.join(s.env["XDG_DATA_HOME"], "Velto", "browser-extension")
 
-    recorder = s.start_recorder(f"record-{kind.key}.log")
+    recorder = s.start_recorder(f"record-{kind.key}.log") if recorder_first else None
     front = s.window(f"stand-in-{kind.key}", name, name)
     other = s.window(f"other-{kind.key}", "Other", "other")
     s.activate(other)
@@ -240,6 +242,9 @@ def browser_run(s, kind, port):
         s.run(["xprop", "-id", front, "-f", "_NET_WM_PID", "32c", "-set", "_NET_WM_PID",
                str(browser_pid)])
         alpha = browser.first_tab()
+        if recorder is None:
+            time.sleep(2)  # the first report is sent while no recorder listens
+            recorder = s.start_recorder(f"record-{kind.key}.log")
         s.activate(front)
         s.pause(STEP)
         beta = browser.open(base.format("beta.test"))
@@ -304,9 +309,9 @@ def main():
         s.write_settings({"velto.idleThresholdSeconds": 120,
                           "velto.exclusions": {"apps": [], "hosts": [EXCLUDED],
                                                "skipPrivateWindows": True}})
-        browser_run(s, Chromium, server.server_address[1])
+        browser_run(s, Chromium, server.server_address[1], recorder_first=True)
         if os.access(FIREFOX, os.X_OK):
-            browser_run(s, Firefox, server.server_address[1])
+            browser_run(s, Firefox, server.server_address[1], recorder_first=False)
         else:
             print("Firefox ESR not installed: its run is skipped (run scripts/setup)")
     except CannotStart as error:
