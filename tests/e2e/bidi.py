@@ -1,5 +1,6 @@
-"""A minimal WebDriver BiDi client for the browser test: one WebSocket to Firefox's remote agent
-(text frames only), commands sent one at a time, events skipped."""
+"""A minimal client for the browser test's remote protocols: one WebSocket (text frames only) to
+Firefox's WebDriver BiDi agent or Chromium's DevTools, commands sent one at a time, events
+skipped. Both speak {"id", "method", "params"} and answer with the same id."""
 import base64
 import json
 import os
@@ -12,10 +13,10 @@ class BiDiError(Exception):
 
 
 class BiDi:
-    def __init__(self, port, timeout=30):
+    def __init__(self, port, path="/session", timeout=30):
         self.sock = socket.create_connection(("127.0.0.1", port), timeout=timeout)
         key = base64.b64encode(os.urandom(16)).decode()
-        self.sock.sendall((f"GET /session HTTP/1.1\r\nHost: 127.0.0.1:{port}\r\n"
+        self.sock.sendall((f"GET {path} HTTP/1.1\r\nHost: 127.0.0.1:{port}\r\n"
                            "Upgrade: websocket\r\nConnection: Upgrade\r\n"
                            f"Sec-WebSocket-Key: {key}\r\nSec-WebSocket-Version: 13\r\n\r\n")
                           .encode())
@@ -88,4 +89,6 @@ class BiDi:
                 continue
             if reply.get("type") == "error":
                 raise BiDiError(f"{method}: {reply.get('error')}: {reply.get('message')}")
+            if isinstance(reply.get("error"), dict):
+                raise BiDiError(f"{method}: {reply['error'].get('message')}")
             return reply.get("result", {})

@@ -5,8 +5,9 @@ On the X11 session of desktop_test.py (Xvfb, openbox, private buses), `velto bro
 connects Debian's Chromium in a private home, and Chromium runs headless with the extension
 `velto browser install` wrote out. A loopback HTTP server serves pages on three hosts (one of
 them excluded); the test switches tabs over Chromium's DevTools endpoints while an xterm window
-standing for the browser (its _NET_WM_PID is the browser's) is in front, and checks that the
-store holds both allowed hosts with their times and nothing of the excluded one. Firefox ESR is
+standing for the browser (its _NET_WM_PID is the browser's) is in front, opens a page in an
+off-the-record context, and checks that the store holds both allowed hosts with their times and
+nothing of the excluded or the private one. Firefox ESR is
 run the same way when it is installed.
 
 Usage: browser_test.py BIN_DIR   (the build's bin folder with velto and velto-browser-host)
@@ -22,6 +23,7 @@ import subprocess
 import sys
 import threading
 import time
+import urllib.parse
 import urllib.request
 
 import bidi
@@ -34,6 +36,8 @@ CHROMIUM = "/usr/lib/chromium/chromium"
 FIREFOX = "/usr/lib/firefox-esr/firefox-esr"
 HOSTS = ("alpha.test", "beta.test", "gamma.test")
 EXCLUDED = "gamma.test"
+PRIVATE = "secret.test"
+SERVED = set()  # the hosts whose page the server sent
 
 
 class Pages(http.server.BaseHTTPRequestHandler):
@@ -41,6 +45,7 @@ class Pages(http.server.BaseHTTPRequestHandler):
 
     def do_GET(self):
         host = (self.headers.get("Host") or "").split(":")[0]
+        SERVED.add(host)
         title = host.split(".")[0].capitalize() + " page"
         body = f"<!doctype html><title>{title}</title><p>{host}</p>".encode()
         self.send_response(200)
@@ -101,6 +106,16 @@ class Chromium:
 
     def activate(self, target):
         self.call(f"/json/activate/{target}")
+
+    def open_private(self, url):
+        """Opens `url` in an off-the-record context, as an incognito window does."""
+        endpoint = json.loads(self.call("/json/version"))["webSocketDebuggerUrl"]
+        devtools = bidi.BiDi(self.port, path=urllib.parse.urlparse(endpoint).path)
+        try:
+            context = devtools.command("Target.createBrowserContext")["browserContextId"]
+            devtools.command("Target.createTarget", {"url": url, "browserContextId": context})
+        finally:
+            devtools.close()
 
     def stop(self):
         stop_group(self.process)
@@ -255,6 +270,9 @@ def browser_run(s, kind, port, recorder_first):
         s.pause(STEP)
         browser.activate(beta)
         s.pause(STEP)
+        if hasattr(browser, "open_private"):
+            browser.open_private(base.format(PRIVATE))
+            s.pause(STEP)
         s.activate(other)
         s.pause(2)
     finally:
@@ -275,6 +293,11 @@ def browser_run(s, kind, port, recorder_first):
     everything = s.segments("bundle_id, host, window_title, seconds")
     s.check(not any(r[1] == EXCLUDED or (r[2] or "").startswith("Gamma") for r in everything),
             f"{name}: the excluded site is never written", everything)
+    if hasattr(kind, "open_private"):
+        s.check(PRIVATE in SERVED and
+                not any(r[1] == PRIVATE or (r[2] or "").startswith("Secret") for r in everything),
+                f"{name}: the private window's page loads, and its site is never written",
+                (sorted(SERVED), everything))
 
     removed = s.velto("browser", "uninstall", check=False)
     status_, raw = status(s)
