@@ -236,7 +236,9 @@ def browser_run(s, kind, port, recorder_first):
     installed = s.velto("browser", "install", kind.key, check=False)
     s.check(installed.returncode == 0, f"velto browser install {kind.key}", installed.stderr)
     status_, raw = status(s)
-    s.check(status_.get("browserHosts") == [kind.key], f"velto status lists {name}", raw)
+    s.check(status_.get("browserHosts") == [kind.key] and
+            status_.get("browserReports") == "missing",
+            f"velto status lists {name}, and no recorder takes reports yet", raw)
     extension = os.path.join(s.env["XDG_DATA_HOME"], "Velto", "browser-extension")
 
     recorder = s.start_recorder(f"record-{kind.key}.log") if recorder_first else None
@@ -260,6 +262,9 @@ def browser_run(s, kind, port, recorder_first):
         if recorder is None:
             time.sleep(2)  # the first report is sent while no recorder listens
             recorder = s.start_recorder(f"record-{kind.key}.log")
+        status_, raw = status(s)
+        s.check(status_.get("browserReports") == "listening",
+                "velto status sees the recorder take the extension's reports", raw)
         s.activate(front)
         s.pause(STEP)
         beta = browser.open(base.format("beta.test"))

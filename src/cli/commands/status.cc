@@ -12,7 +12,9 @@
 //   "missingSources": [catalog keys of the messages of what is missing],
 //   "browserTabs": "off" | "atspi" | "missing" (reading over AT-SPI),
 //   "browserHosts": [keys of the browsers with the extension's host installed: "chromium",
-//     "chrome", "brave", "edge", "vivaldi", "firefox"].
+//     "chrome", "brave", "edge", "vivaldi", "firefox"],
+//   "browserReports": "listening" (a recorder owns org.velto.Recorder and takes the
+//     extension's reports) | "missing".
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -25,6 +27,7 @@
 #include "cli/commands/waybar_source.h"
 #include "context/native_host_manifests.h"
 #include "platform/linux/atspi_tab_reader.h"
+#include "platform/linux/browser_report_bus.h"
 #include "platform/linux/linux_desktop.h"
 #include "surfaces/settings.h"
 
@@ -108,6 +111,10 @@ int status(const Invocation& invocation) {
   const bool tabsReadable = tabsOptedIn && platform::AtspiTabReader::hasAccessibilityBus();
   const char* tabsState = !tabsOptedIn ? "off" : tabsReadable ? "atspi" : "missing";
   const std::vector<const NativeHostBrowser*> hosts = browsersWithVeltoHost(currentUserFolders());
+  const platform::bus::Connection bus = platform::bus::openSessionBus();
+  const bool reportsTaken =
+      bus && platform::bus::nameHasOwner(bus.get(), platform::kRecorderBusName,
+                                         std::chrono::milliseconds(500));
 
   if (json) {
     nlohmann::json document;
@@ -133,6 +140,7 @@ int status(const Invocation& invocation) {
     nlohmann::json hostKeys = nlohmann::json::array();
     for (const NativeHostBrowser* browser : hosts) hostKeys.push_back(browser->key);
     document["browserHosts"] = hostKeys;
+    document["browserReports"] = reportsTaken ? "listening" : "missing";
     out(document.dump(2));
     return 0;
   }
@@ -177,6 +185,11 @@ int status(const Invocation& invocation) {
   out("  " +
       i18n::text(language, "status.source.browserHosts %@",
                  hosts.empty() ? i18n::text(language, "status.value.noBrowserHosts") : hostNames));
+  if (!hosts.empty()) {
+    out("  " + i18n::text(language, "status.source.browserReports %@",
+                          i18n::text(language, reportsTaken ? "status.value.reportsTaken"
+                                                            : "status.value.reportsNotTaken")));
+  }
   return 0;
 }
 
