@@ -23,3 +23,18 @@ function(velto_embed_shell_files out_var dir)
     COMMENT "Embedding the desktop shell pieces")
   set(${out_var} ${generated} PARENT_SCOPE)
 endfunction()
+
+# The browser extension (resources/browser-extension): `velto browser install` writes it out for
+# the user to load, next to the native messaging host's manifests.
+function(velto_embed_browser_extension out_var dir)
+  file(GLOB_RECURSE extension_files CONFIGURE_DEPENDS ${dir}/*)
+  set(generated ${CMAKE_BINARY_DIR}/generated/embedded_browser_extension.cc)
+  add_custom_command(
+    OUTPUT ${generated}
+    COMMAND ${CMAKE_COMMAND} -DOUT=${generated} -DDIR=${dir} -DFUNCTION=browserExtensionFiles
+            -DHEADER=platform/linux/browser_extension_files.h
+            -P ${CMAKE_SOURCE_DIR}/cmake/WriteEmbeddedFiles.cmake
+    DEPENDS ${extension_files} ${CMAKE_SOURCE_DIR}/cmake/WriteEmbeddedFiles.cmake
+    COMMENT "Embedding the browser extension")
+  set(${out_var} ${generated} PARENT_SCOPE)
+endfunction()

@@ -1,8 +1,16 @@
-# Writes OUT: a C++ table of every file below DIR (relative path -> contents), for the desktop
-# shell pieces the recorder installs or loads at run time.
+# Writes OUT: a C++ table of every file below DIR (relative path -> contents), for the pieces
+# Velto installs or loads at run time. FUNCTION names the table's accessor and HEADER declares
+# it (the desktop shell pieces' when not given).
+if(NOT FUNCTION)
+  set(FUNCTION shellFiles)
+endif()
+if(NOT HEADER)
+  set(HEADER platform/linux/shell_files.h)
+endif()
+get_filename_component(label ${DIR} NAME)
 file(GLOB_RECURSE files RELATIVE ${DIR} ${DIR}/*)
 list(SORT files)
-set(body "// Generated from resources/desktop-shells; do not edit.\n#include \"platform/linux/shell_files.h\"\n\nnamespace velto::platform {\n\nconst std::vector<ShellFile>& shellFiles() {\n  static const std::vector<ShellFile> files = {\n")
+set(body "// Generated from resources/${label}; do not edit.\n#include \"${HEADER}\"\n\nnamespace velto::platform {\n\nconst std::vector<ShellFile>& ${FUNCTION}() {\n  static const std::vector<ShellFile> files = {\n")
 foreach(path ${files})
   file(READ ${DIR}/${path} text)
   string(APPEND body "      {\"${path}\", R\"velto_file(${text})velto_file\"},\n")

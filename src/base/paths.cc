@@ -7,8 +7,6 @@
 
 namespace velto::paths {
 
-namespace {
-
 std::filesystem::path homeDir() {
   if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') return home;
   if (const passwd* entry = getpwuid(getuid()); entry != nullptr && entry->pw_dir != nullptr) {
@@ -16,6 +14,8 @@ std::filesystem::path homeDir() {
   }
   return "/tmp";
 }
+
+namespace {
 
 // An XDG variable counts only when it holds an absolute path.
 std::filesystem::path xdgDir(const char* variable, const char* fallbackUnderHome) {
@@ -33,6 +33,10 @@ std::filesystem::path dataDir() {
 
 std::filesystem::path configDir() {
   return xdgDir("XDG_CONFIG_HOME", ".config") / "Velto";
+}
+
+std::filesystem::path configHome() {
+  return xdgDir("XDG_CONFIG_HOME", ".config");
 }
 
 std::filesystem::path sharedDir() {

@@ -13,5 +13,8 @@ namespace velto::paths {
 std::filesystem::path dataDir();
 std::filesystem::path configDir();
 std::filesystem::path sharedDir();
+// $HOME (else the password database's home folder), and $XDG_CONFIG_HOME (else ~/.config).
+std::filesystem::path homeDir();
+std::filesystem::path configHome();
 
 }  // namespace velto::paths

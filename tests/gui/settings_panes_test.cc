@@ -9,7 +9,10 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
+#include <cstdlib>
+#include <fstream>
 #include <memory>
+#include <optional>
 
 #include "gui/scripted_services.h"
 
@@ -99,6 +102,62 @@ TEST_F(SettingsPanesTest, PermissionsNameTheBackendAndWhyThereIsNone) {
     std::unique_ptr<QWidget> pane(makePermissionsPane(ctx));
     EXPECT_NE(child<QLabel>(pane.get(), test.line), nullptr);
   }
+}
+
+// Points the user's folders at `root` while it lives.
+class UserFoldersAt {
+ public:
+  explicit UserFoldersAt(const std::filesystem::path& root) {
+    for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"}) {
+      const char* value = std::getenv(name);
+      saved_.emplace_back(name, value ? std::optional<std::string>(value) : std::nullopt);
+    }
+    setenv("HOME", root.c_str(), 1);
+    setenv("XDG_CONFIG_HOME", (root / "config").c_str(), 1);
+    setenv("XDG_DATA_HOME", (root / "data").c_str(), 1);
+  }
+  ~UserFoldersAt() {
+    for (const auto& [name, value] : saved_) {
+      if (value) {
+        setenv(name.c_str(), value->c_str(), 1);
+      } else {
+        unsetenv(name.c_str());
+      }
+    }
+  }
+
+ private:
+  std::vector<std::pair<std::string, std::optional<std::string>>> saved_;
+};
+
+TEST_F(SettingsPanesTest, PermissionsInstallAndRemoveTheBrowserExtension) {
+  const std::filesystem::path root = scripted.dir / "user";
+  UserFoldersAt folders(root);
+  std::filesystem::create_directories(root / "config" / "chromium");
+  std::filesystem::create_directories(root / "bin");
+  std::ofstream(root / "bin" / "velto-browser-host") << "#!/bin/sh\n";
+  PaneContext ctx = context();
+  ctx.program = root / "bin" / "velto-gui";
+  std::unique_ptr<QWidget> pane(makePermissionsPane(ctx));
+  ASSERT_NE(child<QLabel>(pane.get(), "No browser is connected yet."), nullptr);
+
+  QPushButton* install = child<QPushButton>(pane.get(), "Install the browser extension");
+  ASSERT_NE(install, nullptr);
+  install->click();
+  const std::filesystem::path manifest =
+      root / "config/chromium/NativeMessagingHosts/org.velto.browser_host.json";
+  EXPECT_TRUE(std::filesystem::exists(manifest));
+  EXPECT_TRUE(std::filesystem::exists(root / "data/Velto/browser-extension/manifest.json"));
+  // Only the browser used here is connected: no folder is made for the others.
+  EXPECT_FALSE(std::filesystem::exists(root / ".mozilla"));
+  EXPECT_NE(child<QLabel>(pane.get(), "Connected: Chromium"), nullptr);
+
+  QPushButton* remove = child<QPushButton>(pane.get(), "Remove the browser extension");
+  ASSERT_NE(remove, nullptr);
+  remove->click();
+  EXPECT_FALSE(std::filesystem::exists(manifest));
+  EXPECT_FALSE(std::filesystem::exists(root / "data/Velto/browser-extension"));
+  EXPECT_NE(child<QLabel>(pane.get(), "No browser is connected yet."), nullptr);
 }
 
 }  // namespace

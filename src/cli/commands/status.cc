@@ -10,7 +10,11 @@
 //     "missing" ("processes": the process of the window in front is known, so terminal tools
 //     and browser tabs can be read),
 //   "missingSources": [catalog keys of the messages of what is missing],
-//   "browserTabs": "off" | "atspi" | "missing".
+//   "browserTabs": "off" | "atspi" | "missing" (reading over AT-SPI),
+//   "browserHosts": [keys of the browsers with the extension's host installed: "chromium",
+//     "chrome", "brave", "edge", "vivaldi", "firefox"],
+//   "browserReports": "listening" (a recorder owns org.velto.Recorder and takes the
+//     extension's reports) | "missing".
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -21,7 +25,9 @@
 #include "cli/command.h"
 #include "cli/commands/recorder_presence.h"
 #include "cli/commands/waybar_source.h"
+#include "context/native_host_manifests.h"
 #include "platform/linux/atspi_tab_reader.h"
+#include "platform/linux/browser_report_bus.h"
 #include "platform/linux/linux_desktop.h"
 #include "settings/settings.h"
 
@@ -104,6 +110,11 @@ int status(const Invocation& invocation) {
   const bool tabsOptedIn = settings.accessibilityRequested();
   const bool tabsReadable = tabsOptedIn && platform::AtspiTabReader::hasAccessibilityBus();
   const char* tabsState = !tabsOptedIn ? "off" : tabsReadable ? "atspi" : "missing";
+  const std::vector<const NativeHostBrowser*> hosts = browsersWithVeltoHost(currentUserFolders());
+  const platform::bus::Connection bus = platform::bus::openSessionBus();
+  const bool reportsTaken =
+      bus && platform::bus::nameHasOwner(bus.get(), platform::kRecorderBusName,
+                                         std::chrono::milliseconds(500));
 
   if (json) {
     nlohmann::json document;
@@ -126,6 +137,10 @@ int status(const Invocation& invocation) {
                            {"clock", state(has(MissingSource::clockWatch))},
                            {"processes", state(windowsSeen && has(MissingSource::processes))}};
     document["browserTabs"] = tabsState;
+    nlohmann::json hostKeys = nlohmann::json::array();
+    for (const NativeHostBrowser* browser : hosts) hostKeys.push_back(browser->key);
+    document["browserHosts"] = hostKeys;
+    document["browserReports"] = reportsTaken ? "listening" : "missing";
     out(document.dump(2));
     return 0;
   }
@@ -162,6 +177,19 @@ int status(const Invocation& invocation) {
                         !tabsOptedIn   ? i18n::text(language, "status.value.atspiOff")
                         : tabsReadable ? i18n::text(language, "status.value.atspiOn")
                                        : missingText));
+  std::string hostNames;
+  for (const NativeHostBrowser* browser : hosts) {
+    if (!hostNames.empty()) hostNames += ", ";
+    hostNames += browser->name;
+  }
+  out("  " +
+      i18n::text(language, "status.source.browserHosts %@",
+                 hosts.empty() ? i18n::text(language, "status.value.noBrowserHosts") : hostNames));
+  if (!hosts.empty()) {
+    out("  " + i18n::text(language, "status.source.browserReports %@",
+                          i18n::text(language, reportsTaken ? "status.value.reportsTaken"
+                                                            : "status.value.reportsNotTaken")));
+  }
   return 0;
 }
 

@@ -8,6 +8,8 @@
 #include <QVBoxLayout>
 
 #include "app/service_set.h"
+#include "categories/category_seed_location.h"
+#include "gui/settings/browser_extension_box.h"
 #include "gui/shell/qt_text.h"
 
 namespace velto::gui {
@@ -39,6 +41,8 @@ OnboardingWindow::OnboardingWindow(ServiceSet& services, QWidget* parent)
       box->setChecked(model_.browserReading());
       connect(box, &QCheckBox::toggled, this, [this](bool on) { model_.setBrowserReading(on); });
       column->addWidget(box);
+      column->addWidget(makeBrowserExtensionBox(
+          lang, currentExecutable().value_or(std::filesystem::path("velto-gui"))));
     } else if (pages[i].titleKey == "onboarding.notifications.title") {
       auto* limits = new QCheckBox(uiText(lang, "settings.notifications.limitAlerts"));
       limits->setChecked(model_.limitAlerts());

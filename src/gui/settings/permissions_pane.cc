@@ -3,6 +3,7 @@
 #include <QVBoxLayout>
 
 #include "app/service_set.h"
+#include "gui/settings/browser_extension_box.h"
 #include "gui/settings/settings_panes.h"
 #include "gui/shell/qt_text.h"
 
@@ -51,6 +52,8 @@ QWidget* makePermissionsPane(PaneContext& context) {
   QObject::connect(optIn, &QCheckBox::toggled, pane,
                    [&settings](bool on) { settings.setAccessibilityRequested(on); });
   layout->addWidget(optIn);
+  layout->addSpacing(6);
+  layout->addWidget(makeBrowserExtensionBox(lang, context.program));
   auto* detail = new QCheckBox(uiText(lang, "settings.permissions.detailCapture"));
   detail->setChecked(settings.detailCaptureEnabled());
   QObject::connect(detail, &QCheckBox::toggled, pane,

@@ -72,7 +72,14 @@ LinuxDesktop::LinuxDesktop(BackendChoice choice, SessionUse use)
       dbus_(loop_, [this](SessionSignal signal) { hub_.deliver(signal); }),
       clockWatch_(loop_, [this](SessionSignal signal) { hub_.deliver(signal); }),
       power_([this] { return session_->clientApplications(); }),
-      tabs_(scheduler_) {}
+      tabs_(scheduler_),
+      reported_(scheduler_, &tabs_),
+      titles_(*session_) {
+  reported_.setReportHandler([this](int processId) { titles_.tabReported(processId); });
+  if (use == SessionUse::recording) {
+    browserReports_ = std::make_unique<BrowserReportBus>(loop_, reported_);
+  }
+}
 
 std::unique_ptr<DesktopSession> LinuxDesktop::makeSession(SessionUse use) {
   std::unique_ptr<DesktopSession> session;
@@ -104,8 +111,8 @@ std::unique_ptr<DesktopSession> LinuxDesktop::makeSession(SessionUse use) {
 }
 
 Desktop LinuxDesktop::desktop() {
-  return Desktop{*session_, *session_,   *session_, power_,    hub_,
-                 &tabs_,    &processes_, clock_,    scheduler_};
+  return Desktop{*session_,  titles_,     *session_, power_,    hub_,
+                 &reported_, &processes_, clock_,    scheduler_};
 }
 
 std::string LinuxDesktop::idleSourceName() const {

@@ -1,7 +1,8 @@
 // The real desktop of a Linux session, assembled for the service set: the desktop backend (X11,
 // wlroots, or none when none fits; see backend_choice.h), logind and screen-saver signals, the
-// clock watch, idle inhibitors, /proc and the AT-SPI browser tab reader (off until the service
-// set applies the user's opt-in).
+// clock watch, idle inhibitors, /proc and the browser tab readers: the browser extension's
+// reports (taken over the session bus while recording), ranked above AT-SPI (off until the
+// service set applies the user's opt-in).
 //
 // Every source that cannot work here (no display, no session bus, no logind) is listed by
 // missingSources() and otherwise answers "nothing", so recording goes on with what works. With no
@@ -21,8 +22,11 @@
 #include "app/service_set.h"
 #include "base/clock.h"
 #include "context/proc_process_table.h"
+#include "context/reported_tab_reader.h"
+#include "context/reported_tab_titles.h"
 #include "platform/linux/atspi_tab_reader.h"
 #include "platform/linux/backend_choice.h"
+#include "platform/linux/browser_report_bus.h"
 #include "platform/linux/clock_watch.h"
 #include "platform/linux/dbus_session_watch.h"
 #include "platform/linux/desktop_session.h"
@@ -78,6 +82,10 @@ class LinuxDesktop {
   EventLoop& loop() { return loop_; }
   Scheduler& scheduler() { return scheduler_; }
   const Clock& clock() const { return clock_; }
+  // Browsers whose extension reported a tab, by process id; the bus that takes the reports
+  // (none when inspecting).
+  const ReportedTabReader& reportedTabs() const { return reported_; }
+  bool takesBrowserReports() const { return browserReports_ && browserReports_->isListening(); }
 
  private:
   std::unique_ptr<DesktopSession> makeSession(SessionUse use);
@@ -93,6 +101,9 @@ class LinuxDesktop {
   InhibitorAssertions power_;
   ProcProcessTable processes_;
   AtspiTabReader tabs_;
+  ReportedTabReader reported_;
+  ReportedTabTitles titles_;
+  std::unique_ptr<BrowserReportBus> browserReports_;  // while recording
 };
 
 }  // namespace velto::platform
