@@ -15,7 +15,7 @@
 #include "context/reported_tab_reader.h"
 #include "context/reported_tab_titles.h"
 #include "context/tab_report.h"
-#include "surfaces/settings.h"
+#include "settings/settings.h"
 #include "test_support/temp_dir.h"
 #include "test_support/time_helpers.h"
 
