@@ -116,6 +116,26 @@ class Session:
         with open(os.path.join(applications, app_id + ".desktop"), "w") as f:
             f.write(f"[Desktop Entry]\nType=Application\nName={name}\nExec={app_id}\n")
 
+    def check_three_windows(self, rows, expected, second_goes_by):
+        """The checks every shell suite makes of its scripted session: "first win" and
+        "third win" of org.example.One ("One Studio"), "second win" of `two` with no desktop
+        entry, a rename of the third; `expected` holds (instant, title) of each switch or
+        rename."""
+        table = "\n".join(map(str, rows))
+        for instant, title in expected:
+            self.check(any(r[4] == title and abs(r[0] / 1e6 - instant) <= 1.0 for r in rows),
+                       f"a row titled \"{title}\" starts within a second of its switch or rename",
+                       table)
+        self.check(any(r[2] == "org.example.One" and r[3] == "One Studio" and r[4] == "first win"
+                       and r[5] == "focusChange" for r in rows),
+                   "a switch records the desktop entry's id and name and ends with "
+                   "\"focusChange\"", table)
+        self.check(any(r[2] == "two" and r[4] == "second win" for r in rows),
+                   f"a window without a desktop entry goes by its {second_goes_by}", table)
+        self.check(any(r[4] == "third win" and r[5] == "titleChange" for r in rows),
+                   "a rename ends the row with the old title", table)
+        return table
+
     # --- test windows (tests/e2e/test_window.py) ------------------------------------------
 
     def gtk_window(self, app_id, title, backend="wayland"):

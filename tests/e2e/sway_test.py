@@ -479,10 +479,7 @@ def main():
         shutil.rmtree(s.root, ignore_errors=True)
         return SKIP
     try:
-        applications = os.path.join(s.env["XDG_DATA_HOME"], "applications")
-        os.makedirs(applications)
-        with open(os.path.join(applications, "org.example.Two.desktop"), "w") as f:
-            f.write("[Desktop Entry]\nType=Application\nName=Two Studio\nExec=two\n")
+        s.desktop_entry("org.example.Two", "Two Studio")
         one = s.terminal("one", "first term")
         two = s.terminal("org.example.Two", "second term")
         three = s.terminal("one", "third term")
