@@ -121,6 +121,12 @@ void ServiceSet::start() {
     notices_.post(notices::kCategoryRulesDidChange);
     notices_.post(notices::kSegmentsDidChange);
   });
+  // Segments an earlier run could not store (the store busy or full when it was killed) are
+  // older than anything this run records: they are taken over before recording starts. A
+  // degraded store leaves them on disk for a run that can store them.
+  if (const auto& file = persistence_.file(); file && !persistence_.inMemory()) {
+    store_->keepPendingIn(std::make_unique<KeptSegmentsFile>(file->parent_path()));
+  }
   engine_->start();
   digest_->start();
   daily_->start();

@@ -88,7 +88,7 @@ Status SegmentStore::insertRow(const Segment& row) {
   return {};
 }
 
-Result<Uuid> SegmentStore::insert(const RecordedSegment& recorded) {
+Segment SegmentStore::rowFor(const RecordedSegment& recorded) const {
   Segment row;
   row.id = Uuid::random();
   row.startedAt = recorded.startedAt;
@@ -103,6 +103,11 @@ Result<Uuid> SegmentStore::insert(const RecordedSegment& recorded) {
   row.url = context.url;
   row.endReasonRaw = std::string(rawValue(recorded.endReason));
   row.dayKey = calendar_.dayKey(recorded.startedAt);
+  return row;
+}
+
+Result<Uuid> SegmentStore::insert(const RecordedSegment& recorded) {
+  const Segment row = rowFor(recorded);
   if (Status inserted = insertRow(row); !inserted) {
     log::error("Could not save segment: %{public}s", inserted.error());
     return Error{inserted.error()};
@@ -111,24 +116,63 @@ Result<Uuid> SegmentStore::insert(const RecordedSegment& recorded) {
   return row.id;
 }
 
+bool SegmentStore::storeWaiting(const Segment& row) {
+  db_.setBusyTimeout(kRecordBusyWaitMs);
+  Status inserted = insertRow(row);
+  db_.setBusyTimeout(PersistenceController::kBusyWaitMs);
+  if (inserted) {
+    changed();
+    return true;
+  }
+  // A run killed after storing its kept rows but before emptying the file left them twice.
+  Result<sql::Statement> stored = db_.prepare("SELECT 1 FROM segment WHERE id = ?");
+  if (stored) {
+    bindId(*stored, 1, row.id);
+    if (stored->step().toOptional().value_or(false)) return true;
+  }
+  log::error("Could not save segment: %{public}s", inserted.error());
+  return false;
+}
+
+void SegmentStore::saveWaiting() {
+  if (!keptFile_) return;
+  const std::vector<Segment> rows(pending_.begin(), pending_.end());
+  keptFile_->save(rows);
+}
+
 void SegmentStore::record(const RecordedSegment& segment) {
   retry();
-  if (pending_.empty() && insert(segment)) return;
+  Segment row = rowFor(segment);
+  if (pending_.empty() && storeWaiting(row)) return;
   if (pending_.size() == kMaxPending) {
     log::error("Dropped a segment kept for %{public}ld waiting ones", std::to_string(kMaxPending));
     pending_.pop_front();
   }
-  pending_.push_back(segment);
+  pending_.push_back(std::move(row));
   log::info("Kept the segment to store it later (%{public}ld waiting)",
             std::to_string(pending_.size()));
+  saveWaiting();
 }
 
 void SegmentStore::retry() {
   const size_t waiting = pending_.size();
-  while (!pending_.empty() && insert(pending_.front())) pending_.pop_front();
-  if (waiting != 0 && pending_.empty()) {
-    log::info("Stored %{public}ld kept segments", std::to_string(waiting));
-  }
+  while (!pending_.empty() && storeWaiting(pending_.front())) pending_.pop_front();
+  if (waiting == pending_.size()) return;
+  saveWaiting();
+  if (pending_.empty()) log::info("Stored %{public}ld kept segments", std::to_string(waiting));
+}
+
+void SegmentStore::keepPendingIn(std::unique_ptr<KeptSegmentsFile> file) {
+  keptFile_ = std::move(file);
+  std::vector<Segment> earlier = keptFile_->load();
+  if (earlier.empty()) return;
+  log::info("Found %{public}ld segments kept by an earlier run", std::to_string(earlier.size()));
+  // They are older than anything this run recorded: they go first, within the bound.
+  pending_.insert(pending_.begin(), std::make_move_iterator(earlier.begin()),
+                  std::make_move_iterator(earlier.end()));
+  while (pending_.size() > kMaxPending) pending_.pop_front();
+  saveWaiting();
+  retry();
 }
 
 Status SegmentStore::insertRows(std::span<const Segment> rows) {

@@ -12,6 +12,7 @@
 
 #include <deque>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -22,6 +23,7 @@
 #include "base/notice_bus.h"
 #include "recording/recorded_segment.h"
 #include "store/category_rule.h"
+#include "store/kept_segments.h"
 #include "store/persistence_controller.h"
 #include "store/segment.h"
 
@@ -35,11 +37,19 @@ class SegmentStore final : public SegmentSink {
   // Stores the segment as a new row. One that cannot be stored now (another process holds the
   // store longer than the busy wait, the disk is full) is logged and kept in memory, in order,
   // and stored with the next segment or heartbeat that succeeds; at most kMaxPending are kept,
-  // the oldest dropped first, with a log line.
+  // the oldest dropped first, with a log line. With a kept file (keepPendingIn), the waiting
+  // segments are also on disk while they wait.
+  // A recorded segment waits at most kRecordBusyWaitMs for another process's write: the
+  // recorder's thread does not stall for the full busy wait while windows change.
   void record(const RecordedSegment& segment) override;
   void retry() override;
   static constexpr size_t kMaxPending = 1000;
+  static constexpr int kRecordBusyWaitMs = 200;
   size_t pendingCount() const { return pending_.size(); }
+  // From now on keeps waiting segments in `file` too, and first takes over what an earlier run
+  // left there (killed while the store refused it): those rows are stored, or wait with the
+  // rest. A row whose id is already stored counts as stored. For the one recording process.
+  void keepPendingIn(std::unique_ptr<KeptSegmentsFile> file);
   Result<Uuid> insert(const RecordedSegment& segment);
   // Stores rows as given, ids included, in one transaction and with one notice (import, tests).
   Status insertRows(std::span<const Segment> rows);
@@ -104,6 +114,10 @@ class SegmentStore final : public SegmentSink {
 
  private:
   Status insertRow(const Segment& row);
+  Segment rowFor(const RecordedSegment& recorded) const;
+  // Inserts a waiting row; true when it is stored (now, or already by an earlier run).
+  bool storeWaiting(const Segment& row);
+  void saveWaiting();
   Result<std::vector<Segment>> fetch(std::string_view where,
                                      const std::function<void(sql::Statement&)>& bind);
   // Runs `change` in a transaction; commits, posts the change notice, or logs
@@ -121,7 +135,8 @@ class SegmentStore final : public SegmentSink {
   std::optional<sql::Statement> insertStatement_;
   // The longest row in microseconds: bounds the index scan of interval fetches.
   std::int64_t longestRowUs_ = 0;
-  std::deque<RecordedSegment> pending_;  // recorded but not stored yet, oldest first
+  std::deque<Segment> pending_;  // recorded but not stored yet, oldest first, ids given
+  std::unique_ptr<KeptSegmentsFile> keptFile_;
   std::optional<std::int64_t> seenDataVersion_;
 };
 
