@@ -55,7 +55,7 @@ Result<sql::Database> openFile(const std::filesystem::path& file) {
       sql::Database::open(file.string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW);
   if (!opened) return opened;
   sql::Database& db = opened.value();
-  (void)db.exec("PRAGMA busy_timeout = 5000");
+  db.setBusyTimeout(PersistenceController::kBusyWaitMs);
   if (Status usable = checkUsable(db); !usable) return Error{usable.error()};
   if (Status wal = db.exec("PRAGMA journal_mode = WAL"); !wal) return Error{wal.error()};
   // FULL: every commit is on disk before it returns, so a power loss keeps every recorded row

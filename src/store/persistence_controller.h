@@ -22,6 +22,8 @@ class PersistenceController {
  public:
   static constexpr const char* kFileName = "Velto.sqlite";
   static constexpr int kSchemaVersion = 1;
+  // How long a change waits for another process's write (an import, an edit) to finish.
+  static constexpr int kBusyWaitMs = 5000;
 
   // Opens folder/Velto.sqlite, or memory only when `folder` is none.
   explicit PersistenceController(std::optional<std::filesystem::path> folder);

@@ -1,5 +1,7 @@
 #include "store/sqlite.h"
 
+#include <algorithm>
+
 namespace velto::sql {
 
 Result<Database> Database::open(const std::string& path, int flags) {
@@ -45,6 +47,35 @@ std::optional<std::pair<std::int64_t, std::int64_t>> Database::changeStamp() {
   if (!row || !*row) return std::nullopt;
   return std::pair{version->int64(0),
                    static_cast<std::int64_t>(sqlite3_total_changes64(db_.get()))};
+}
+
+Database::Database(sqlite3* db) : busy_(std::make_unique<BusyWait>()), db_(db) {
+  sqlite3_busy_handler(db, &Database::waitWhileBusy, busy_.get());
+}
+
+int Database::waitWhileBusy(void* state, int attempts) {
+  auto& busy = *static_cast<BusyWait*>(state);
+  const auto now = std::chrono::steady_clock::now();
+  if (attempts == 0) {
+    busy.began = now;
+    busy.noticed = false;
+  }
+  const auto waited =
+      std::chrono::duration_cast<std::chrono::milliseconds>(now - busy.began).count();
+  if (waited >= busy.limitMs) return 0;
+  if (!busy.noticed && busy.waiting && waited >= busy.noticeAfterMs) {
+    busy.noticed = true;
+    busy.waiting();
+  }
+  sqlite3_sleep(static_cast<int>(std::min<std::int64_t>(20, busy.limitMs - waited)));
+  return 1;
+}
+
+bool isBusyError(std::string_view error) {
+  for (int code : {SQLITE_BUSY, SQLITE_LOCKED}) {
+    if (error.find(sqlite3_errstr(code)) != std::string_view::npos) return true;
+  }
+  return false;
 }
 
 std::string Database::lastError() const {

@@ -6,7 +6,9 @@
 
 #include <sqlite3.h>
 
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,15 +37,37 @@ class Database {
   // database since. None when it cannot be read.
   std::optional<std::pair<std::int64_t, std::int64_t>> changeStamp();
   std::string lastError() const;
+  // How long a statement waits for another connection's write lock before it fails busy
+  // (none until set).
+  void setBusyTimeout(int milliseconds) { busy_->limitMs = milliseconds; }
+  // Calls `waiting` once in each wait for a lock that lasts longer than `afterMs`, so that a
+  // person can be told why nothing happens yet. Called on the thread running the statement.
+  void setBusyNotice(int afterMs, std::function<void()> waiting) {
+    busy_->noticeAfterMs = afterMs;
+    busy_->waiting = std::move(waiting);
+  }
   sqlite3* handle() const { return db_.get(); }
 
  private:
   struct Closer {
     void operator()(sqlite3* db) const { sqlite3_close_v2(db); }
   };
-  explicit Database(sqlite3* db) : db_(db) {}
+  struct BusyWait {
+    int limitMs = 0;
+    int noticeAfterMs = 0;
+    std::function<void()> waiting;
+    std::chrono::steady_clock::time_point began;
+    bool noticed = false;
+  };
+  static int waitWhileBusy(void* state, int attempts);
+  explicit Database(sqlite3* db);
+  // Owned apart from the handle so that its address, given to SQLite, survives moves.
+  std::unique_ptr<BusyWait> busy_;
   std::unique_ptr<sqlite3, Closer> db_;
 };
+
+// True when `error` is SQLite's word for another connection holding a lock too long.
+bool isBusyError(std::string_view error);
 
 class Statement {
  public:
