@@ -94,7 +94,7 @@ int report(EditSession& session, const Result<SegmentStore::RangeEdit>& edit,
            const RangeRequest& request, const ParsedOptions& parsed, std::string_view doneKey) {
   const std::string& language = session.language;
   if (!edit) {
-    complain(i18n::text(language, "cli.storeFailed %@", edit.error()));
+    complain(storeFailureText(language, edit.error()));
     return kFailed;
   }
   if (edit->rows == 0) {
@@ -190,7 +190,7 @@ int runWipe(const Invocation& invocation) {
   SegmentStore& store = session.services().store();
   const Result<std::int64_t> rows = store.count();
   if (Status wiped = store.wipe(); !wiped) {
-    complain(i18n::text(language, "cli.storeFailed %@", wiped.error()));
+    complain(storeFailureText(language, wiped.error()));
     return kFailed;
   }
   complain(i18n::text(language, "cli.wipe.done %@", std::to_string(rows ? *rows : 0)));

@@ -1,6 +1,7 @@
 #include "cli/commands/edit_session.h"
 
 #include "cli/commands/recorder_presence.h"
+#include "cli/commands/report_session.h"
 
 namespace velto::cli {
 
@@ -12,6 +13,7 @@ EditSession::EditSession(std::string lang)
   services_ = std::make_unique<ServiceSet>(Desktop{front_, titles_, idle_, power_, session_,
                                                    nullptr, nullptr, clock_, scheduler_, nullptr},
                                            paths_, Calendar::current());
+  waitForOtherWriters(services_->store().persistence().database(), language);
   services_->liveElsewhere = [this]() -> std::optional<LiveSlice> {
     const std::optional<SegmentCheckpoint> running = runningSegment();
     if (!running) return std::nullopt;

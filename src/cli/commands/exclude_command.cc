@@ -60,7 +60,7 @@ void pastTime(EditSession& session, const Result<ExcludedTime>& past, bool remov
   }
   Result<std::int64_t> deleted = deletePast();
   if (!deleted) {
-    complain(i18n::text(language, "cli.storeFailed %@", deleted.error()));
+    complain(storeFailureText(language, deleted.error()));
     return;
   }
   complain(i18n::text(language, "cli.exclude.pastDeleted %@", amount));

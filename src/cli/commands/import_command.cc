@@ -61,7 +61,9 @@ int runImport(const Invocation& invocation) {
       importSegments(session.store, file, session.calendar, progress, language);
   if (showProgress) std::fputc('\n', stderr);
   if (!outcome) {
-    complain(i18n::text(language, "cli.import.failed %@", outcome.error()));
+    complain(sql::isBusyError(outcome.error())
+                 ? i18n::text(language, "cli.store.busy")
+                 : i18n::text(language, "cli.import.failed %@", outcome.error()));
     return 1;
   }
   complain(i18n::text(language, "cli.import.done %@ %@", std::to_string(outcome->added),

@@ -28,6 +28,16 @@ std::shared_ptr<const CategoryResolver> loadResolver(SegmentStore& store,
 
 }  // namespace
 
+void waitForOtherWriters(sql::Database& db, const std::string& language) {
+  db.setBusyTimeout(kCommandBusyWaitMs);
+  db.setBusyNotice(1000, [language] { complain(i18n::text(language, "cli.store.waiting")); });
+}
+
+std::string storeFailureText(const std::string& language, const std::string& error) {
+  if (sql::isBusyError(error)) return i18n::text(language, "cli.store.busy");
+  return i18n::text(language, "cli.storeFailed %@", error);
+}
+
 ReportSession::ReportSession(std::string lang)
     : language(std::move(lang)),
       calendar(Calendar::current()),
@@ -36,7 +46,9 @@ ReportSession::ReportSession(std::string lang)
       store(persistence, calendar, notices),
       catalog(settings, notices),
       resolver(loadResolver(store, catalog)),
-      directory(CategoryDirectory::of(catalog, language)) {}
+      directory(CategoryDirectory::of(catalog, language)) {
+  waitForOtherWriters(persistence.database(), language);
+}
 
 bool ParsedOptions::has(const std::string& flag) const {
   return std::find(flags.begin(), flags.end(), flag) != flags.end();

@@ -22,6 +22,14 @@
 
 namespace velto::cli {
 
+// How long a command waits for another process's write to the store (an import, the
+// recorder's purge) before it gives up; it says once on stderr that it waits.
+inline constexpr int kCommandBusyWaitMs = 30000;
+void waitForOtherWriters(sql::Database& db, const std::string& language);
+// What a command says when the store refused a change: a store held by another process past the
+// wait in words of its own, anything else as "Nothing was changed: <error>".
+std::string storeFailureText(const std::string& language, const std::string& error);
+
 class ReportSession {
  public:
   explicit ReportSession(std::string language);

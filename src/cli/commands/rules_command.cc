@@ -104,7 +104,7 @@ int add(EditSession& session, const std::vector<std::string>& args) {
   }
   Result<CategoryRule> added = book(session).add(*subject, words[1], *category);
   if (!added) {
-    complain(i18n::text(language, "cli.storeFailed %@", added.error()));
+    complain(storeFailureText(language, added.error()));
     return kFailed;
   }
   complain(i18n::text(language, "cli.rules.added %@", describe(session, *added)));
@@ -131,7 +131,7 @@ int remove(EditSession& session, const std::vector<std::string>& args) {
     return kFailed;
   }
   if (Status removed = book(session).remove(matching.front().id); !removed) {
-    complain(i18n::text(language, "cli.storeFailed %@", removed.error()));
+    complain(storeFailureText(language, removed.error()));
     return kFailed;
   }
   complain(i18n::text(language, "cli.rules.removed %@", describe(session, matching.front())));
