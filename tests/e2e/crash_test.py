@@ -8,8 +8,13 @@ each kill that came after a heartbeat of the segment it cut; and recorded time s
 session's length by at most a minute per kill (never more than the session).
 
 Concurrent writers: while the recorder records, other processes import a large export, delete
-and reassign stretches. Every command lands or fails with its own message in bounded time, and
-every switch the recorder saw is stored.
+and reassign stretches, and shorten the history kept (a purge). Every command lands or fails with
+its own message in bounded time, and every switch the recorder saw is stored.
+
+A held store: another process holds the store's write lock far past the busy wait while windows
+change. The recorder keeps the segments it cannot store (in memory and on disk) without
+stalling, is killed during the hold, and its next run stores them: every switch is a row
+boundary within a second, nothing twice.
 
 Usage: crash_test.py BIN_DIR [SEED]
 Exit status: 0 all checks passed, 1 a check failed, 77 the session cannot be set up here.
@@ -35,9 +40,12 @@ SHORT_KILLS = 8
 LONG_KILLS = 2
 
 
+def store_path(s):
+    return os.path.join(s.env["XDG_DATA_HOME"], "Velto", "Velto.sqlite")
+
+
 def rows(s, since_us):
-    path = os.path.join(s.env["XDG_DATA_HOME"], "Velto", "Velto.sqlite")
-    with sqlite3.connect(f"file:{path}?mode=ro", uri=True) as db:
+    with sqlite3.connect(f"file:{store_path(s)}?mode=ro", uri=True) as db:
         found = db.execute("SELECT started_us, ended_us, bundle_id, end_reason, seconds FROM "
                            "segment ORDER BY started_us, ended_us").fetchall()
     return [r for r in found if r[0] >= since_us]
@@ -131,6 +139,9 @@ def concurrent_writers(s):
         ["delete", "--date", "2025-01-02"],
         ["reassign", "--date", "2025-01-03", "--give-to", "org.example.Elsewhere"],
         ["delete", "--from", "2025-01-04T10:00", "--to", "2025-01-04T12:00"],
+        # Keeps 30 days: the purge that follows takes January 2025 (and the recorder purges too,
+        # when it sees the setting change).
+        ["settings", "set", "velto.retentionDays", "30", "--yes"],
     ]
     results = [None] * len(commands)
 
@@ -152,7 +163,11 @@ def concurrent_writers(s):
         switches.append(time.time())
     for thread in threads:
         thread.join()
-    s.pause(65)  # a heartbeat for anything kept back to be stored
+    # The next segment stores anything kept back while the others wrote.
+    s.activate(windows[0])
+    s.pause(4)
+    s.activate(windows[1])
+    s.pause(2)
     recorder.send_signal(signal.SIGTERM)
     recorder.wait(timeout=15)
 
@@ -167,6 +182,10 @@ def concurrent_writers(s):
     left = [r for r in rows(s, day) if r[0] < day + 86400 * 10**6]
     s.check(results[1][0].returncode != 0 or not left,
             "the delete that said it landed removed its whole day", f"{len(left)} rows left")
+    january = [r for r in rows(s, day) if r[0] < day + 3 * 86400 * 10**6]
+    s.check(results[4][0].returncode != 0 or not january,
+            "the purge after the shorter history removed every row older than it keeps",
+            f"{len(january)} January rows left")
     since = int((switches[0] - 60) * 1e6)
     found = rows(s, since)
     recent = [r for r in found if r[0] >= int(switches[0] * 1e6) - 2_000_000]
@@ -180,6 +199,72 @@ def concurrent_writers(s):
     print(f"      writes: {len(commands)} commands, {landed} landed, "
           f"{len(commands) - landed} refused with a message; {kept} recorded segment(s) kept "
           f"back while the store was busy", flush=True)
+
+
+def held_store(s):
+    windows = [s.window(name, name.capitalize(), f"{name} term") for name in ("zeta", "eta")]
+    # Rows for a command to try to delete while the store is held: two days ago, well within
+    # the history kept.
+    earlier = int(time.time()) // 3600 * 3600 - 2 * 86400
+    export = os.path.join(s.root, "earlier.json")
+    big_export(export, 10, earlier)
+    s.velto("import", export)
+    s.activate(windows[0])
+    since = int(time.time() * 1e6)
+    recorder = s.start_recorder("held-0.log")
+    s.pause(4)
+    holder = sqlite3.connect(store_path(s), timeout=30, isolation_level=None)
+    holder.execute("BEGIN IMMEDIATE")
+    switches = []
+    for n in range(3):
+        s.activate(windows[(n + 1) % 2])
+        switches.append(time.time())
+        s.pause(4)
+    # A command meanwhile waits for the store, says that it waits, and lands once it is free.
+    stretch = [time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(earlier + hour * 3600))
+               for hour in (0, 1)]
+    result = []
+    command = threading.Thread(target=lambda: result.append(s.velto(
+        "delete", "--from", stretch[0], "--to", stretch[1], check=False)))
+    started = time.monotonic()
+    command.start()
+    s.pause(8)
+    kept_file = os.path.join(os.path.dirname(store_path(s)), "kept-segments.json")
+    log = s.read("held-0.log")
+    s.check("Kept the segment to store it later (3 waiting)" in log and os.path.exists(kept_file),
+            "the recorder keeps the three segments it cannot store, on disk too", log[-600:])
+    recorder.send_signal(signal.SIGKILL)
+    recorder.wait()
+    holder.execute("ROLLBACK")
+    holder.close()
+    command.join(timeout=60)
+    waited = time.monotonic() - started
+    said = (result[0].stdout + result[0].stderr).strip() if result else "(still running)"
+    s.check(bool(result) and result[0].returncode == 0 and "Waiting for another Velto process"
+            in said and "database is locked" not in said.lower(),
+            f"a command that meets the held store says it waits, and lands when it is free "
+            f"({waited:.1f} s)", said)
+    left = [r for r in rows(s, earlier * 10**6) if r[0] < (earlier + 3600) * 10**6]
+    s.check(not left, "the command's delete removed its stretch", f"{len(left)} rows left")
+    recorder = s.start_recorder("held-1.log")
+    s.pause(3)
+    recorder.send_signal(signal.SIGTERM)
+    recorder.wait(timeout=15)
+    log = s.read("held-1.log")
+    s.check("Found 3 segments kept by an earlier run" in log and not os.path.exists(kept_file),
+            "the next run stores what the killed one kept", log[-600:])
+    found = rows(s, since)
+    table = "\n".join(map(str, found))
+    # The window in front at the kill was open for less than a heartbeat: its row is lost.
+    for instant in switches[:-1]:
+        s.check(any(abs(a[1] / 1e6 - instant) <= 1.0 and abs(b[0] / 1e6 - instant) <= 1.0
+                    for a, b in zip(found, found[1:])),
+                "a switch made while the store was held is a row boundary within a second",
+                table)
+    s.check(any(abs(r[1] / 1e6 - switches[-1]) <= 1.0 for r in found),
+            "the row before the last switch ends at it", table)
+    keys = [(r[0], r[1], r[2]) for r in found]
+    s.check(len(keys) == len(set(keys)), "no kept row is stored twice", table)
 
 
 def main():
@@ -202,6 +287,7 @@ def main():
     try:
         crash_loop(s, seed)
         concurrent_writers(s)
+        held_store(s)
     except Failed as error:
         s.check(False, str(error))
     finally:
