@@ -68,7 +68,11 @@ struct ImportOutcome {
   std::int64_t skipped = 0;  // identical in start, end and bundle id to a stored row
 };
 
-// Reads a JSON export of detail "segments" and stores its rows in one transaction. Records
+// How many records importSegments reads between two calls of its `progress`.
+inline constexpr std::int64_t kImportProgressEvery = 1000;
+
+// Reads a JSON export of detail "segments" and stores its rows in one transaction, together
+// with the day totals that reports read (see UsageAggregates). Records
 // identical in start, end and bundle id to a stored row, or to an earlier record, are skipped;
 // as exports write whole seconds, a stored row matches within the second it started and ended
 // in, so importing an export back into the store it came from changes nothing either.
