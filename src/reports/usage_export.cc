@@ -434,8 +434,7 @@ std::optional<Segment> segmentOf(const nlohmann::json& record, const Calendar& c
 }  // namespace
 
 Result<ImportOutcome> importSegments(SegmentStore& store, std::istream& in,
-                                     const Calendar& calendar,
-                                     const std::function<void(std::int64_t read)>& progress,
+                                     const Calendar& calendar, const ImportProgress& progress,
                                      std::string_view language) {
   sql::Database& db = store.persistence().database();
   // Each record is stored as soon as it is parsed and checked, in one transaction that only
@@ -496,7 +495,7 @@ Result<ImportOutcome> importSegments(SegmentStore& store, std::istream& in,
         filledDays.insert(row->dayKey);
       }
     }
-    if (progress && index % kImportProgressEvery == 0) progress(index);
+    if (progress.read && index % kImportProgressEvery == 0) progress.read(index);
     return false;
   };
   try {
@@ -523,6 +522,7 @@ Result<ImportOutcome> importSegments(SegmentStore& store, std::istream& in,
   if (outcome.added > 0) {
     // What the first report needs, built now in the same transaction instead of by that
     // report: the totals and the summaries of the days the rows fall in.
+    if (progress.summing) progress.summing(static_cast<std::int64_t>(filledDays.size()));
     UsageSource source(store, calendar);
     if (Status settled = source.aggregates().rebuildMarkedDays(); !settled) {
       return Error{settled.error()};
@@ -533,7 +533,7 @@ Result<ImportOutcome> importSegments(SegmentStore& store, std::istream& in,
     }
     if (Status committed = bulk.commit(); !committed) return Error{committed.error()};
   }
-  if (progress) progress(index);
+  if (progress.read) progress.read(index);
   return outcome;
 }
 

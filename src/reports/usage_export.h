@@ -68,8 +68,16 @@ struct ImportOutcome {
   std::int64_t skipped = 0;  // identical in start, end and bundle id to a stored row
 };
 
-// How many records importSegments reads between two calls of its `progress`.
+// How many records importSegments reads between two calls of ImportProgress::read.
 inline constexpr std::int64_t kImportProgressEvery = 1000;
+
+// What importSegments tells while it runs; either may be empty.
+struct ImportProgress {
+  // The records read so far: every kImportProgressEvery records and once at the end.
+  std::function<void(std::int64_t read)> read;
+  // Once every record is stored, before the totals and summaries of `days` days are built.
+  std::function<void(std::int64_t days)> summing;
+};
 
 // Reads a JSON export of detail "segments" and stores its rows in one transaction, together
 // with the day totals that reports read (see UsageAggregates). Records
@@ -83,8 +91,7 @@ inline constexpr std::int64_t kImportProgressEvery = 1000;
 // text, or less than the recorder's minimum between start and end unless made by hand
 // ("manual"). A stream that fails to read is an error too, never an exception.
 Result<ImportOutcome> importSegments(SegmentStore& store, std::istream& in,
-                                     const Calendar& calendar,
-                                     const std::function<void(std::int64_t read)>& progress = {},
+                                     const Calendar& calendar, const ImportProgress& progress = {},
                                      std::string_view language = "en");
 
 }  // namespace velto

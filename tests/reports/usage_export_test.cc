@@ -319,9 +319,11 @@ TEST_F(UsageImportTest, AnImportKilledHalfWayLeavesNothingAndAWholeOneLeavesItsT
     SegmentStore childStore(childPersistence, calendar, childBus);
     std::istringstream in(json);
     // Two thirds in, with thousands of rows written into the transaction, the process dies.
-    (void)importSegments(childStore, in, calendar, [](std::int64_t read) {
+    ImportProgress progress;
+    progress.read = [](std::int64_t read) {
       if (read >= 2 * kImportProgressEvery) ::raise(SIGKILL);
-    });
+    };
+    (void)importSegments(childStore, in, calendar, progress);
     ::_exit(0);
   }
   int status = 0;
