@@ -7,7 +7,10 @@
 //   BM_ReportAfterInsert  day and year in progress, reloaded after each new row of today
 //   BM_YearAppDetails     every application's detail rows for the year in progress
 //   BM_ExportCsv          CSV export of everything, with the growth of peak memory
-//   BM_ImportJson         import of a JSON export of 30 days into an empty store
+//   BM_ImportJson         import of a JSON export of the last VELTO_BENCH_IMPORT_DAYS days
+//                         (default 30; 366 takes the whole history) into an empty store, and
+//                         the first report of the imported stretch afterwards
+//   BM_OpenStore          opening the store and its report source, as every command does
 //
 // VELTO_BENCH_DAYS (default 365) sets the history's length. VELTO_BENCH_STORE names a folder
 // whose store is kept after the run and reused by the next one (loading a year takes minutes).
@@ -226,13 +229,17 @@ BENCHMARK(BM_ExportCsv)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 void BM_ImportJson(benchmark::State& state) {
   Year& y = year();
+  const char* daysText = std::getenv("VELTO_BENCH_IMPORT_DAYS");
+  const int days = daysText != nullptr ? std::max(1, std::atoi(daysText)) : 30;
   std::stringstream json;
   const ExportContext context{y.calendar, y.resolver, y.directory, "en", {}};
-  const ExportRequest request{presetPeriod(RangePreset::last30, y.calendar, y.now).interval,
-                              ExportDetail::segments, ExportFormat::json};
+  const DateInterval imported{y.calendar.startOfDay(y.calendar.addDays(y.now, 1 - days)), y.now};
+  const ExportRequest request{imported, ExportDetail::segments, ExportFormat::json};
   if (!writeExport(*y.store, request, context, json)) state.SkipWithError("export failed");
   const std::string text = json.str();
+  json = {};
   double added = 0;
+  double firstReport = 0;
   for (auto _ : state) {
     state.PauseTiming();
     const auto folder = y.folder / "import";
@@ -245,9 +252,34 @@ void BM_ImportJson(benchmark::State& state) {
     Result<ImportOutcome> outcome = importSegments(store, in, y.calendar);
     if (!outcome) state.SkipWithError("import failed");
     added = static_cast<double>(outcome.ok() ? outcome->added : 0);
+    state.PauseTiming();
+    const auto begin = std::chrono::steady_clock::now();
+    UsageSource source(store, y.calendar);
+    FigureInputs inputs{y.calendar, y.resolver, y.directory, "en", y.now, std::nullopt, Uuid()};
+    inputs.categoriesUseTitles = false;
+    const ReportPeriod period = customPeriod(imported.start, y.now, y.calendar, y.now);
+    if (!buildFigures(source, period, inputs)) state.SkipWithError("report failed");
+    firstReport =
+        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
+    state.ResumeTiming();
   }
   state.counters["rows"] = added;
+  state.counters["first_report_ms"] = firstReport;
 }
+
+// What every command pays before it does anything: opening the store and a report source.
+void BM_OpenStore(benchmark::State& state) {
+  Year& y = year();
+  for (auto _ : state) {
+    NoticeBus bus;
+    PersistenceController persistence(y.folder);
+    SegmentStore store(persistence, y.calendar, bus);
+    UsageSource source(store, y.calendar);
+    benchmark::DoNotOptimize(source.aggregates().installed());
+  }
+  state.counters["rows"] = y.rows;
+}
+BENCHMARK(BM_OpenStore)->Unit(benchmark::kMillisecond)->Iterations(20);
 BENCHMARK(BM_ImportJson)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 }  // namespace

@@ -6,13 +6,13 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
-#include <tuple>
 
 #include "base/iso8601.h"
 #include "base/strings.h"
 #include "recording/off_computer.h"
 #include "recording/segment_end_reason.h"
 #include "recording/segment_recorder.h"
+#include "reports/usage_source.h"
 
 namespace velto {
 
@@ -434,22 +434,33 @@ std::optional<Segment> segmentOf(const nlohmann::json& record, const Calendar& c
 }  // namespace
 
 Result<ImportOutcome> importSegments(SegmentStore& store, std::istream& in,
-                                     const Calendar& calendar,
-                                     const std::function<void(std::int64_t read)>& progress,
+                                     const Calendar& calendar, const ImportProgress& progress,
                                      std::string_view language) {
   sql::Database& db = store.persistence().database();
+  // Each record is stored as soon as it is parsed and checked, in one transaction that only
+  // the end of a well-formed file commits: the parsed file never sits in memory whole, and a
+  // malformed record, a failure or a kill leaves the store as it was.
+  SegmentStore::Bulk bulk(store);
+  if (!bulk.began()) return Error{bulk.began().error()};
+  // Rows stored before the import match within the second an export cuts to; rows of this
+  // import (a rowid above the largest before it) only when identical.
+  std::int64_t storedBefore = 0;
+  {
+    Result<sql::Statement> before = db.prepare("SELECT ifnull(max(rowid), 0) FROM segment");
+    if (!before) return Error{before.error()};
+    if (Result<bool> row = before->step(); !row) return Error{row.error()};
+    storedBefore = before->int64(0);
+  }
   Result<sql::Statement> exists = db.prepare(
       "SELECT 1 FROM segment WHERE started_us BETWEEN ?1 AND ?1 + 999999 "
-      "AND ended_us BETWEEN ?2 AND ?2 + 999999 AND bundle_id = ?3 LIMIT 1");
+      "AND ended_us BETWEEN ?2 AND ?2 + 999999 AND bundle_id = ?3 "
+      "AND (rowid <= ?4 OR (started_us = ?1 AND ended_us = ?2)) LIMIT 1");
   if (!exists) return Error{exists.error()};
-  std::vector<Segment> rows;
-  std::set<std::tuple<Micros, Micros, std::string>> seen;
   ImportOutcome outcome;
+  std::set<std::string> filledDays;
   std::int64_t index = 0;
   std::string failure;
   bool topIsArray = false;
-  // Each record is handled as soon as it is parsed and then dropped, so the parsed file never
-  // sits in memory whole.
   auto onEvent = [&](int depth, nlohmann::json::parse_event_t event, nlohmann::json& parsed) {
     using Event = nlohmann::json::parse_event_t;
     if (depth == 0 && event == Event::array_start) topIsArray = true;
@@ -465,24 +476,33 @@ Result<ImportOutcome> importSegments(SegmentStore& store, std::istream& in,
       failure = i18n::text(language, "import.record %@ %@", std::to_string(index), problem);
       return false;
     }
-    const auto key =
-        std::make_tuple(unixMicros(row->startedAt), unixMicros(row->endedAt), row->bundleId);
     exists->reset();
-    exists->bind(1, std::get<0>(key))
-        .bind(2, std::get<1>(key))
-        .bind(3, std::string_view(row->bundleId));
+    exists->bind(1, unixMicros(row->startedAt))
+        .bind(2, unixMicros(row->endedAt))
+        .bind(3, std::string_view(row->bundleId))
+        .bind(4, storedBefore);
     const Result<bool> found = exists->step();
-    if ((found && *found) || !seen.insert(key).second) {
+    exists->reset();
+    if (!found) {
+      failure = found.error();
+    } else if (*found) {
       ++outcome.skipped;
+    } else if (Status added = bulk.add(*row); !added) {
+      failure = added.error();
     } else {
-      rows.push_back(std::move(*row));
+      ++outcome.added;
+      if (filledDays.empty() || *filledDays.rbegin() != row->dayKey) {
+        filledDays.insert(row->dayKey);
+      }
     }
-    if (progress && index % 20000 == 0) progress(index);
+    if (progress.read && index % kImportProgressEvery == 0) progress.read(index);
     return false;
   };
   try {
     const nlohmann::json top = nlohmann::json::parse(in, onEvent);
-    if (!topIsArray || !top.is_array()) failure = i18n::text(language, "import.notList");
+    if (failure.empty() && (!topIsArray || !top.is_array())) {
+      failure = i18n::text(language, "import.notList");
+    }
   } catch (const nlohmann::json::parse_error& error) {
     if (failure.empty()) {
       failure = i18n::text(language, "import.notJson %@ %@", std::to_string(index),
@@ -498,13 +518,22 @@ Result<ImportOutcome> importSegments(SegmentStore& store, std::istream& in,
     // stream's exception mask says.
     failure = i18n::text(language, "import.readFailed %@", std::to_string(index));
   }
-  exists->reset();
   if (!failure.empty()) return Error{failure};
-  if (!rows.empty()) {
-    if (Status stored = store.insertRows(rows); !stored) return Error{stored.error()};
+  if (outcome.added > 0) {
+    // What the first report needs, built now in the same transaction instead of by that
+    // report: the totals and the summaries of the days the rows fall in.
+    if (progress.summing) progress.summing(static_cast<std::int64_t>(filledDays.size()));
+    UsageSource source(store, calendar);
+    if (Status settled = source.aggregates().rebuildMarkedDays(); !settled) {
+      return Error{settled.error()};
+    }
+    const std::vector<std::string> days(filledDays.begin(), filledDays.end());
+    if (Status summarized = source.summarizeStoredDays(days); !summarized) {
+      return Error{summarized.error()};
+    }
+    if (Status committed = bulk.commit(); !committed) return Error{committed.error()};
   }
-  outcome.added = static_cast<std::int64_t>(rows.size());
-  if (progress) progress(index);
+  if (progress.read) progress.read(index);
   return outcome;
 }
 

@@ -68,7 +68,19 @@ struct ImportOutcome {
   std::int64_t skipped = 0;  // identical in start, end and bundle id to a stored row
 };
 
-// Reads a JSON export of detail "segments" and stores its rows in one transaction. Records
+// How many records importSegments reads between two calls of ImportProgress::read.
+inline constexpr std::int64_t kImportProgressEvery = 1000;
+
+// What importSegments tells while it runs; either may be empty.
+struct ImportProgress {
+  // The records read so far: every kImportProgressEvery records and once at the end.
+  std::function<void(std::int64_t read)> read;
+  // Once every record is stored, before the totals and summaries of `days` days are built.
+  std::function<void(std::int64_t days)> summing;
+};
+
+// Reads a JSON export of detail "segments" and stores its rows in one transaction, together
+// with the day totals that reports read (see UsageAggregates). Records
 // identical in start, end and bundle id to a stored row, or to an earlier record, are skipped;
 // as exports write whole seconds, a stored row matches within the second it started and ended
 // in, so importing an export back into the store it came from changes nothing either.
@@ -79,8 +91,7 @@ struct ImportOutcome {
 // text, or less than the recorder's minimum between start and end unless made by hand
 // ("manual"). A stream that fails to read is an error too, never an exception.
 Result<ImportOutcome> importSegments(SegmentStore& store, std::istream& in,
-                                     const Calendar& calendar,
-                                     const std::function<void(std::int64_t read)>& progress = {},
+                                     const Calendar& calendar, const ImportProgress& progress = {},
                                      std::string_view language = "en");
 
 }  // namespace velto

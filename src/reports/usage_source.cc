@@ -81,6 +81,15 @@ Result<std::optional<DaySummary>> UsageSource::summaryOfStoredDay(const std::str
   return day;
 }
 
+Status UsageSource::summarizeStoredDays(std::span<const std::string> dayKeys) {
+  for (const std::string& dayKey : dayKeys) {
+    if (Result<std::optional<DaySummary>> day = summaryOfStoredDay(dayKey); !day) {
+      return Error{day.error()};
+    }
+  }
+  return {};
+}
+
 Result<UsageTally> UsageSource::tally(const DateInterval& interval, std::span<const Segment> extra,
                                       bool withDays) {
   if (!aggregates_.installed()) return tallyFromRows(interval, extra);

@@ -71,6 +71,11 @@ class UsageSource {
                                                std::span<const Segment> extra,
                                                const std::optional<std::string>& bundleId);
 
+  // Computes the summaries of stored days that have none kept yet and keeps them in the store
+  // (for the calendar's zone), so that the next report reads them instead of the days' rows:
+  // what an import does for the days it filled.
+  Status summarizeStoredDays(std::span<const std::string> dayKeys);
+
   // Whether categories depend on window titles (the user has keyword rules): then totals keep
   // titles apart; otherwise they come per site (see UsageTally). On by default.
   void setCategoriesUseTitles(bool use) { categoriesUseTitles_ = use; }

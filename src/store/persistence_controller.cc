@@ -6,6 +6,7 @@
 #include "base/files.h"
 #include "base/log.h"
 #include "store/schema.h"
+#include "store/segment_facts.h"
 #include "store/usage_aggregates.h"
 
 namespace velto {
@@ -34,6 +35,12 @@ Status checkUsable(sql::Database& db) {
     return Error{"it holds tables Velto did not make"};
   }
   return {};
+}
+
+// Tables kept beside the rows of version 1, added to it over time.
+Status installVersion1Extras(sql::Database& db) {
+  if (Status facts = installSegmentFacts(db); !facts) return facts;
+  return installUsageAggregates(db);
 }
 
 int schemaVersion(sql::Database& db) {
@@ -70,8 +77,9 @@ Result<sql::Database> openFile(const std::filesystem::path& file) {
 Status migrate(sql::Database& db) {
   if (Status usable = checkUsable(db); !usable) return usable;
   const int version = schemaVersion(db);
-  // The report aggregates belong to version 1; stores made before they existed get them here.
-  if (version == PersistenceController::kSchemaVersion) return installUsageAggregates(db);
+  // The report aggregates and the segment facts belong to version 1; stores made before they
+  // existed get them here.
+  if (version == PersistenceController::kSchemaVersion) return installVersion1Extras(db);
   if (version != 0) return Error{"unknown schema version " + std::to_string(version)};
   // Later versions add their steps here, each in its own transaction, from version 1 upwards.
   sql::Transaction transaction(db);
@@ -79,7 +87,7 @@ Status migrate(sql::Database& db) {
   if (Status created = db.exec(schema::kVersion1); !created) return created;
   if (Status set = db.exec("PRAGMA user_version = 1"); !set) return set;
   if (Status committed = transaction.commit(); !committed) return committed;
-  return installUsageAggregates(db);
+  return installVersion1Extras(db);
 }
 
 sql::Database PersistenceController::openInMemory() {

@@ -5,6 +5,7 @@
 #include "base/log.h"
 #include "base/notices.h"
 #include "recording/off_computer.h"
+#include "store/segment_facts.h"
 #include "store/segment_row.h"
 
 namespace velto {
@@ -44,17 +45,7 @@ SegmentStore::SegmentStore(PersistenceController& persistence, const Calendar& c
     : persistence_(persistence),
       db_(persistence.database()),
       calendar_(calendar),
-      notices_(notices) {
-  refreshLongestRow();
-}
-
-void SegmentStore::refreshLongestRow() {
-  Result<sql::Statement> longest =
-      db_.prepare("SELECT coalesce(max(ended_us - started_us), 0) FROM segment");
-  if (longest && longest->step().toOptional().value_or(false)) {
-    longestRowUs_ = std::max<std::int64_t>(0, longest->int64(0));
-  }
-}
+      notices_(notices) {}
 
 void SegmentStore::changed() {
   notices_.post(notices::kSegmentsDidChange);
@@ -83,9 +74,7 @@ Status SegmentStore::insertRow(const Segment& row) {
       .bind(10, row.url)
       .bind(11, std::string_view(row.endReasonRaw))
       .bind(12, std::string_view(row.dayKey));
-  if (Status ran = statement->run(); !ran) return ran;
-  longestRowUs_ = std::max(longestRowUs_, micros(row.endedAt) - micros(row.startedAt));
-  return {};
+  return statement->run();
 }
 
 Segment SegmentStore::rowFor(const RecordedSegment& recorded) const {
@@ -184,6 +173,37 @@ Status SegmentStore::insertRows(std::span<const Segment> rows) {
   });
 }
 
+namespace {
+
+// The page cache of a bulk write, in KiB: the id index takes rows in random order, and with
+// SQLite's default 2 MB most of its pages would be read back from the file for every row.
+constexpr int kBulkCacheKiB = 64 * 1024;
+constexpr int kDefaultCacheKiB = 2000;
+
+}  // namespace
+
+SegmentStore::Bulk::Bulk(SegmentStore& store) : store_(store), transaction_(store.db_) {
+  (void)store_.db_.exec("PRAGMA cache_size = -" + std::to_string(kBulkCacheKiB));
+}
+
+SegmentStore::Bulk::~Bulk() {
+  (void)store_.db_.exec("PRAGMA cache_size = -" + std::to_string(kDefaultCacheKiB));
+}
+
+Status SegmentStore::Bulk::add(const Segment& row) {
+  return store_.insertRow(row);
+}
+
+Status SegmentStore::Bulk::commit() {
+  Status committed = transaction_.commit();
+  if (!committed) {
+    log::error("Segment import failed: %{public}s", committed.error());
+    return committed;
+  }
+  store_.changed();
+  return committed;
+}
+
 Result<std::vector<Segment>> SegmentStore::fetch(std::string_view where,
                                                  const std::function<void(sql::Statement&)>& bind) {
   Result<sql::Statement> statement =
@@ -199,10 +219,11 @@ Result<std::vector<Segment>> SegmentStore::fetchDay(std::string_view dayKey) {
 }
 
 Result<std::vector<Segment>> SegmentStore::fetchOverlapping(Instant start, Instant end) {
-  // No row is longer than the longest stored one, so the start index bounds the scan.
-  return fetch("started_us >= ? AND started_us < ? AND ended_us > ?", [&](sql::Statement& s) {
-    s.bind(1, micros(start) - longestRowUs_).bind(2, micros(end)).bind(3, micros(start));
-  });
+  // No row is longer than the stored bound, so the start index bounds the scan. The bound is
+  // read by the same statement: rows another process stored since are counted too.
+  return fetch(std::string("started_us >= ?1 - ") + kLongestSegmentUsSql +
+                   " AND started_us < ?2 AND ended_us > ?1",
+               [&](sql::Statement& s) { s.bind(1, micros(start)).bind(2, micros(end)); });
 }
 
 Result<std::int64_t> SegmentStore::count() {
@@ -234,6 +255,7 @@ Result<std::int64_t> SegmentStore::purge(int days, Instant now) {
   deleting->bind(1, micros(cutoff));
   if (Status ran = deleting->run(); !ran) return failed(ran.error());
   const std::int64_t removed = db_.changes();
+  if (Status settled = settleSegmentFacts(db_); !settled) return failed(settled.error());
   if (Status committed = transaction.commit(); !committed) return failed(committed.error());
   log::info("Purged %{public}ld segments older than %{public}ld days", std::to_string(removed),
             std::to_string(days));
@@ -246,11 +268,11 @@ Status SegmentStore::edit(std::string_view name, const std::function<Status()>& 
     sql::Transaction transaction(db_);
     if (!transaction.began()) return transaction.began();
     if (Status applied = change(); !applied) return applied;
+    if (Status settled = settleSegmentFacts(db_); !settled) return settled;
     return transaction.commit();
   }();
   if (!result) {
     log::error("%{public}s failed: %{public}s", std::string(name), result.error());
-    refreshLongestRow();
     return result;
   }
   changed();
@@ -265,10 +287,7 @@ Status SegmentStore::ruleEdit(std::string_view name, const std::function<Status(
 
 Status SegmentStore::wipe() {
   Status wiped = edit("Segment wipe", [&] { return db_.exec("DELETE FROM segment"); });
-  if (wiped) {
-    longestRowUs_ = 0;
-    notices_.post(notices::kStoreDidWipe);
-  }
+  if (wiped) notices_.post(notices::kStoreDidWipe);
   return wiped;
 }
 

@@ -54,6 +54,30 @@ class SegmentStore final : public SegmentSink {
   // Stores rows as given, ids included, in one transaction and with one notice (import, tests).
   Status insertRows(std::span<const Segment> rows);
 
+  // A bulk write (an import): rows stored as they come, ids included, in one transaction that
+  // stays open until commit(). Reads on this connection see the rows at once; nothing of them
+  // reaches the file before commit(), so a bulk dropped uncommitted, or a process killed
+  // half-way, leaves the store as it was. Meanwhile other processes wait for the store (the
+  // recorder keeps its segments and stores them later). One bulk at a time; no other change
+  // of this store while it is open.
+  class Bulk {
+   public:
+    explicit Bulk(SegmentStore& store);
+    ~Bulk();
+    Bulk(const Bulk&) = delete;
+    Bulk& operator=(const Bulk&) = delete;
+
+    const Status& began() const { return transaction_.began(); }
+    Status add(const Segment& row);
+    // Commits and posts one change notice; a failure is logged as "Segment import failed:
+    // <error>" and stores nothing.
+    Status commit();
+
+   private:
+    SegmentStore& store_;
+    sql::Transaction transaction_;
+  };
+
   Result<std::vector<Segment>> fetchDay(std::string_view dayKey);
   // Rows with startedAt < end and endedAt > start: rows that only touch an edge are left out.
   Result<std::vector<Segment>> fetchOverlapping(Instant start, Instant end);
@@ -126,15 +150,12 @@ class SegmentStore final : public SegmentSink {
   // edit() for category rules: also announces that the rules changed.
   Status ruleEdit(std::string_view name, const std::function<Status()>& change);
   void changed();
-  void refreshLongestRow();
 
   PersistenceController& persistence_;
   sql::Database& db_;
   const Calendar& calendar_;
   NoticeBus& notices_;
   std::optional<sql::Statement> insertStatement_;
-  // The longest row in microseconds: bounds the index scan of interval fetches.
-  std::int64_t longestRowUs_ = 0;
   std::deque<Segment> pending_;  // recorded but not stored yet, oldest first, ids given
   std::unique_ptr<KeptSegmentsFile> keptFile_;
   std::optional<std::int64_t> seenDataVersion_;

@@ -40,6 +40,15 @@ int Database::changes() const {
   return sqlite3_changes(db_.get());
 }
 
+Result<bool> Database::hasTable(std::string_view name) {
+  Result<Statement> statement =
+      prepare("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = ?");
+  if (!statement) return Error{statement.error()};
+  statement->bind(1, name);
+  if (Result<bool> row = statement->step(); !row) return Error{row.error()};
+  return statement->int64(0) > 0;
+}
+
 std::optional<std::pair<std::int64_t, std::int64_t>> Database::changeStamp() {
   Result<Statement> version = prepare("PRAGMA data_version");
   if (!version) return std::nullopt;

@@ -33,6 +33,8 @@ class Database {
   Status exec(std::string_view sql);
   Result<Statement> prepare(std::string_view sql);
   int changes() const;
+  // Whether a table of that name exists (a read of the schema, never of the rows).
+  Result<bool> hasTable(std::string_view name);
   // Differs from an earlier stamp when this connection or another one has changed the
   // database since. None when it cannot be read.
   std::optional<std::pair<std::int64_t, std::int64_t>> changeStamp();

@@ -390,15 +390,6 @@ CREATE TRIGGER IF NOT EXISTS usage_edit_after_update AFTER UPDATE ON segment BEG
 END;
 )sql";
 
-Result<bool> tableExists(sql::Database& db, std::string_view name) {
-  Result<sql::Statement> statement =
-      db.prepare("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = ?");
-  if (!statement) return Error{statement.error()};
-  statement->bind(1, name);
-  if (Result<bool> row = statement->step(); !row) return Error{row.error()};
-  return statement->int64(0) > 0;
-}
-
 std::optional<std::string> decoded(const std::string& key) {
   if (key.empty() || key[0] != 'V') return std::nullopt;
   return key.substr(1);
@@ -422,7 +413,7 @@ Status installUsageAggregates(sql::Database& db) {
       !indexed) {
     return indexed;
   }
-  Result<bool> counted = tableExists(db, "usage_edits");
+  Result<bool> counted = db.hasTable("usage_edits");
   if (!counted) return Error{counted.error()};
   if (!*counted) {
     sql::Transaction transaction(db);
@@ -430,7 +421,7 @@ Status installUsageAggregates(sql::Database& db) {
     if (Status created = db.exec(kEditCountSql); !created) return created;
     if (Status committed = transaction.commit(); !committed) return committed;
   }
-  Result<bool> present = tableExists(db, "usage_month_detail");
+  Result<bool> present = db.hasTable("usage_month_detail");
   if (!present) return Error{present.error()};
   if (*present) return {};
   sql::Transaction transaction(db);
@@ -491,6 +482,10 @@ Status UsageAggregates::settle(bool keepNewest) {
   if (!transaction.began()) return transaction.began();
   if (Status rebuilt = rebuildDays(db_, choice); !rebuilt) return rebuilt;
   return transaction.commit();
+}
+
+Status UsageAggregates::rebuildMarkedDays() {
+  return rebuildDays(db_, "");
 }
 
 Result<std::vector<ContextTotal>> UsageAggregates::contextTotals(

@@ -105,6 +105,9 @@ class UsageAggregates {
   // recorded, which would be marked again at once. A failure (another writer holds the lock)
   // leaves the days marked; readers then take their rows.
   Status settle(bool keepNewest = true);
+  // Rebuilds the totals of every marked day in the caller's write transaction (a bulk import
+  // that would rather commit its rows with their totals).
+  Status rebuildMarkedDays();
   // Totals per context over whole stored days and whole stored months (keys "yyyy-MM"), at
   // `level`, of one application's contexts only when `bundleOnly` is given. Only days that are
   // not marked give right totals.

@@ -1,11 +1,15 @@
 #include "reports/usage_export.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "base/iso8601.h"
 #include "store/store_fixture.h"
 #include "test_support/segment_rows.h"
 
@@ -284,6 +288,63 @@ TEST_F(UsageImportTest, AStreamThatCannotBeReadIsAnError) {
 
 namespace velto {
 namespace {
+
+// An export of `count` records, ten seconds apart from 2026-11-18 08:00 UTC, over a few apps.
+std::string bigExport(int count) {
+  nlohmann::json records = nlohmann::json::array();
+  const Instant first = at("2026-11-18T08:00:00Z");
+  for (int i = 0; i < count; ++i) {
+    const Instant start = addSeconds(first, i * 10.0);
+    records.push_back({{"start", formatIso8601(start)},
+                       {"end", formatIso8601(addSeconds(start, 8.0))},
+                       {"seconds", 8},
+                       {"bundle_id", "app" + std::to_string(i % 7)},
+                       {"window_title", "Document " + std::to_string(i % 50)},
+                       {"end_reason", "focusChange"}});
+  }
+  return records.dump();
+}
+
+TEST_F(UsageImportTest, AnImportKilledHalfWayLeavesNothingAndAWholeOneLeavesItsTotals) {
+  add("kept", "2026-11-18T07:00:00Z", "2026-11-18T07:30:00Z");
+  const std::vector<std::string> before = perDay();
+  const std::string json = bigExport(3 * static_cast<int>(kImportProgressEvery));
+  store.reset();
+  persistence.reset();
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    NoticeBus childBus;
+    PersistenceController childPersistence(dir.path());
+    SegmentStore childStore(childPersistence, calendar, childBus);
+    std::istringstream in(json);
+    // Two thirds in, with thousands of rows written into the transaction, the process dies.
+    ImportProgress progress;
+    progress.read = [](std::int64_t read) {
+      if (read >= 2 * kImportProgressEvery) ::raise(SIGKILL);
+    };
+    (void)importSegments(childStore, in, calendar, progress);
+    ::_exit(0);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFSIGNALED(status)) << "the import ended before the kill";
+
+  open();
+  EXPECT_EQ(storedRows(), 1);
+  EXPECT_EQ(perDay(), before);
+
+  std::istringstream in(json);
+  const Result<ImportOutcome> imported = importSegments(*store, in, calendar);
+  ASSERT_TRUE(imported.ok()) << imported.error();
+  EXPECT_EQ(imported->added, 3 * kImportProgressEvery);
+  // The import built the totals of its days: none is left for the first report to build.
+  const Result<std::vector<StoredDay>> days = UsageAggregates(persistence->database()).days();
+  ASSERT_TRUE(days.ok()) << days.error();
+  ASSERT_FALSE(days->empty());
+  for (const StoredDay& day : *days) EXPECT_FALSE(day.marked) << day.dayKey;
+  EXPECT_EQ(perDay(), std::vector<std::string>{"2026-11-18: 25800 s, 3001 rows"});
+}
 
 TEST(CsvFieldTest, QuotesOnlyWhatNeedsIt) {
   const std::pair<const char*, const char*> cases[] = {

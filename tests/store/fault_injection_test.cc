@@ -97,8 +97,8 @@ class FaultInjectionTest : public StoreTest {
     add("a2", "2026-11-20T08:10:00Z", "2026-11-20T08:20:00Z");
     sql::Database& db = persistence->database();
     Result<sql::Statement> names = db.prepare(
-        "SELECT type, name FROM sqlite_master WHERE name LIKE 'usage_%' AND type IN "
-        "('table', 'trigger') ORDER BY type DESC");
+        "SELECT type, name FROM sqlite_master WHERE (name LIKE 'usage_%' OR name LIKE "
+        "'segment_fact%') AND type IN ('table', 'trigger') ORDER BY type DESC");
     const auto dropped = names->collect(
         [](sql::Statement& row) { return "DROP " + row.text(0) + " IF EXISTS " + row.text(1); });
     for (const std::string& drop : dropped.value()) EXPECT_TRUE(db.exec(drop)) << drop;

@@ -14,6 +14,7 @@
 #include "base/iso8601.h"
 #include "base/notice_bus.h"
 #include "base/notices.h"
+#include "store/segment_facts.h"
 #include "store/segment_store.h"
 #include "store/usage_aggregates.h"
 #include "test_support/temp_dir.h"
@@ -49,9 +50,10 @@ class StoreTest : public ::testing::Test {
   }
 
   // Every stored day as "yyyy-MM-dd: <seconds> s, <n> row(s)", in day order. Checks on the way
-  // that the day's rows, its settled aggregates and its bounds agree, and that no row runs past
-  // the end of the day it is filed under.
+  // that the day's rows, its settled aggregates and its bounds agree, that no row runs past
+  // the end of the day it is filed under, and that the stored bound on the longest row holds.
   std::vector<std::string> perDay() {
+    checkSegmentFacts();
     UsageAggregates aggregates(persistence->database());
     EXPECT_TRUE(aggregates.settle(false));
     Result<std::vector<StoredDay>> days = aggregates.days();
@@ -96,6 +98,20 @@ class StoreTest : public ::testing::Test {
                       std::to_string(rows.size()) + (rows.size() == 1 ? " row" : " rows"));
     }
     return lines;
+  }
+
+  // The bound on the longest row is never below it, and equal to it unless a deletion left it
+  // stale.
+  void checkSegmentFacts() {
+    const Result<SegmentFacts> facts = readSegmentFacts(persistence->database());
+    ASSERT_TRUE(facts.ok()) << facts.error();
+    Result<sql::Statement> scan = persistence->database().prepare(
+        "SELECT coalesce(max(ended_us - started_us), 0) FROM segment");
+    ASSERT_TRUE(scan && scan->step().toOptional().value_or(false));
+    EXPECT_GE(facts->longestUs, scan->int64(0));
+    if (!facts->stale) {
+      EXPECT_EQ(facts->longestUs, scan->int64(0));
+    }
   }
 
   // Makes every later change of the segment table fail, as a full disk would.

@@ -1,4 +1,5 @@
 // `velto import FILE`: rows of a segments JSON export back into the store, in one transaction.
+// On a terminal, stderr shows one progress line: the records read, then the days added up.
 #include <unistd.h>
 
 #include <cstdio>
@@ -49,12 +50,18 @@ int runImport(const Invocation& invocation) {
   }
   ReportSession session(language);
   const bool showProgress = isatty(STDERR_FILENO) == 1;
-  std::function<void(std::int64_t)> progress;
+  ImportProgress progress;
   if (showProgress) {
-    progress = [&](std::int64_t read) {
-      const std::string line =
-          "\r" + i18n::text(language, "cli.import.progress %@", std::to_string(read));
-      std::fputs(line.c_str(), stderr);
+    // One line, rewritten in place (and cleared to its end, as the texts differ in length).
+    auto show = [](const std::string& text) {
+      std::fputs(("\r" + text + "\x1b[K").c_str(), stderr);
+      std::fflush(stderr);
+    };
+    progress.read = [&language, show](std::int64_t read) {
+      show(i18n::text(language, "cli.import.progress %@", std::to_string(read)));
+    };
+    progress.summing = [&language, show](std::int64_t days) {
+      show(i18n::text(language, "cli.import.summing %@", std::to_string(days)));
     };
   }
   Result<ImportOutcome> outcome =
