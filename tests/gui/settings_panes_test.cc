@@ -22,8 +22,11 @@ namespace {
 class SettingsPanesTest : public ::testing::Test {
  protected:
   PaneContext context() {
-    return PaneContext{*scripted.services,    "en", "/usr/bin/velto-gui",
-                       scripted.dir / "auto", {},   true};
+    platform::LoginStartPaths login;
+    login.program = "/usr/bin/velto";
+    login.autostartFile = scripted.dir / "auto";
+    login.userUnitFolder = scripted.dir / "units";
+    return PaneContext{*scripted.services, "en", login, {}, true};
   }
   template <typename T>
   static T* child(QWidget* pane, const QString& text) {
