@@ -126,16 +126,18 @@ int status(const Invocation& invocation) {
   const platform::SessionLoginStart loginTargets(
       platform::LoginStartPaths::forUser(platform::veltoNextToThisProgram()));
   const LoginStart installed = installedLoginStart(loginTargets);
-  const LoginStart chosen = chosenLoginStart(settings);
-  const std::optional<platform::RecorderOrigin> origin =
-      recorder ? platform::recorderOrigin(*recorder) : std::nullopt;
+  const LoginStart chosenStart = chosenLoginStart(settings);
+  // How the running recorder started (`other` when its control group does not say).
+  const platform::RecorderOrigin origin =
+      recorder ? platform::recorderOrigin(*recorder).value_or(platform::RecorderOrigin::other)
+               : platform::RecorderOrigin::other;
 
   if (json) {
     nlohmann::json document;
     document["recorder"] = {
         {"running", recorder.has_value()},
         {"pid", recorder.value_or(0)},
-        {"startedBy", origin ? nlohmann::json(platform::rawValue(*origin)) : nullptr}};
+        {"startedBy", recorder ? nlohmann::json(platform::rawValue(origin)) : nullptr}};
     document["paused"] = paused;
     document["pausedUntil"] = until ? nlohmann::json(formatIso8601(*until)) : nullptr;
     nlohmann::json sources = nlohmann::json::array();
@@ -158,23 +160,25 @@ int status(const Invocation& invocation) {
     for (const NativeHostBrowser* browser : hosts) hostKeys.push_back(browser->key);
     document["browserHosts"] = hostKeys;
     document["browserReports"] = reportsTaken ? "listening" : "missing";
-    document["loginStart"] = {{"installed", rawValue(installed)}, {"chosen", rawValue(chosen)}};
+    document["loginStart"] = {{"installed", rawValue(installed)},
+                              {"chosen", rawValue(chosenStart)}};
     out(document.dump(2));
     return 0;
   }
   out(recorder ? i18n::text(language, "status.recorder.running %@", std::to_string(*recorder))
                : i18n::text(language, "status.recorder.stopped"));
-  if (origin && *origin != platform::RecorderOrigin::other) {
+  if (recorder && origin != platform::RecorderOrigin::other) {
     out("  " +
-        i18n::text(language, "status.recorder.origin." + std::string(platform::rawValue(*origin))));
+        i18n::text(language, "status.recorder.origin." + std::string(platform::rawValue(origin))));
   }
   auto loginText = [&](LoginStart start) {
     return i18n::text(language, "status.value.loginStart." + std::string(rawValue(start)));
   };
   std::string login = loginText(installed);
-  if (chosen != installed) {
-    login +=
-        " (" + i18n::text(language, "status.value.loginStart.chosen %@", loginText(chosen)) + ")";
+  if (chosenStart != installed) {
+    login += " (" +
+             i18n::text(language, "status.value.loginStart.chosen %@", loginText(chosenStart)) +
+             ")";
   }
   out(i18n::text(language, "status.source.loginStart %@", login));
   if (!paused) {

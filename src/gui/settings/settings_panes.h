@@ -20,7 +20,8 @@ namespace velto::gui {
 struct PaneContext {
   ServiceSet& services;
   std::string language;
-  platform::LoginStartPaths loginStart;        // the autostart entry and the user unit
+  // The autostart entry and the user unit; `program` is the `velto` beside this program.
+  platform::LoginStartPaths loginStart;
   std::vector<std::string> missingSourceKeys;  // catalog keys of sources that do not work
   bool notificationServer = false;             // a notification server owns the name
   std::string backend = {};                    // "x11", "wlroots"; empty: no desktop backend

@@ -35,7 +35,7 @@ std::string execQuoted(const std::filesystem::path& program) {
 }  // namespace
 
 LoginStartPaths LoginStartPaths::forUser(std::filesystem::path program) {
-  const std::filesystem::path config = configHome();
+  const std::filesystem::path config = paths::configHome();
   LoginStartPaths paths;
   paths.installedUnit =
       (program.parent_path() / ".." / "lib" / "systemd" / "user" / kUnit).lexically_normal();
