@@ -104,9 +104,10 @@ set(CPACK_PACKAGE_VENDOR "Velto")
 set(CPACK_PACKAGE_CONTACT "Velto developers <velto@velto.org>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "personal screen-time recorder for the Linux desktop")
 set(CPACK_PACKAGE_DESCRIPTION "Velto records which application, window, site and tool is in
-front as segments in a local SQLite file, and turns them into reports, limits and goals.
-It runs as a tray application or as a recorder without a tray on X11, wlroots compositors,
-KDE Plasma and GNOME. No account, no network: the data never leaves the computer.")
+front as segments in a local SQLite file, and turns them into reports, limits
+and goals. It runs as a tray application or as a recorder without a tray on
+X11, wlroots compositors, KDE Plasma and GNOME. No account, no network: the
+data never leaves the computer.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)

@@ -74,7 +74,9 @@ TEST_F(LoginStartTest, EveryStartingPointEndsInExactlyTheWantedWay) {
       EXPECT_EQ(targets.autostart, wanted == LoginStart::autostart);
       EXPECT_EQ(targets.service, wanted == LoginStart::service);
       EXPECT_EQ(installedLoginStart(targets), wanted);
-      if (!(start.autostart && start.service)) EXPECT_FALSE(targets.bothSeen);
+      if (!(start.autostart && start.service)) {
+        EXPECT_FALSE(targets.bothSeen);
+      }
     }
   }
 }

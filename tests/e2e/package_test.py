@@ -146,7 +146,7 @@ def check_package(s, deb):
             "the dependencies come from the shared libraries", depends)
 
     started = time.monotonic()
-    lintian = subprocess.run(["lintian", "--fail-on", "error", "--no-tag-display-limit", deb],
+    lintian = subprocess.run(["lintian", "--fail-on", "error", "--tag-display-limit", "0", deb],
                              capture_output=True, text=True, timeout=300)
     s.timed("lintian", started)
     errors = [line for line in lintian.stdout.splitlines() if line.startswith("E:")]
@@ -236,8 +236,9 @@ def run_installed(s):
         time.sleep(1.5)
     code = s.stop_recorder(recorder)
     store = os.path.join(s.env["XDG_DATA_HOME"], "Velto", "Velto.sqlite")
-    with sqlite3.connect(f"file:{store}?mode=ro", uri=True) as db:
-        rows = db.execute("SELECT bundle_id, end_reason FROM segment").fetchall()
+    db = sqlite3.connect(f"file:{store}?mode=ro", uri=True)
+    rows = db.execute("SELECT bundle_id, end_reason FROM segment").fetchall()
+    db.close()  # an open reader would keep the write-ahead log from being folded in below
     s.check(code == 0 and ("pkgterm", "appQuit") in rows,
             "it records the window in front and stops cleanly", (code, rows))
 
@@ -267,7 +268,8 @@ def run_installed(s):
 
 def earlier_releases(s):
     """Each earlier release's files open in the installed program with nothing lost."""
-    cases = sorted(os.listdir(UPGRADE_DATA)) if os.path.isdir(UPGRADE_DATA) else []
+    cases = sorted(name for name in os.listdir(UPGRADE_DATA)
+                   if os.path.isdir(os.path.join(UPGRADE_DATA, name)))
     s.check(bool(cases), "there are earlier releases' files to open", UPGRADE_DATA)
     for case in cases:
         home = os.path.join(s.root, "upgrade-" + case)
@@ -296,10 +298,13 @@ def newer_store(s):
     """A store a newer release wrote is left as it is; the recorder runs on in memory."""
     data = os.path.join(s.env["XDG_DATA_HOME"], "Velto")
     store = os.path.join(data, "Velto.sqlite")
-    with sqlite3.connect(store) as db:
-        db.execute("PRAGMA user_version = 99")
+    db = sqlite3.connect(store)
+    db.execute("PRAGMA user_version = 99")
+    db.commit()
+    db.close()  # the last connection folds the write-ahead log into the file
     with open(store, "rb") as f:
-        before = hashlib.sha256(f.read()).hexdigest()
+        before_bytes = f.read()
+    before = hashlib.sha256(before_bytes).hexdigest()
     names_before = sorted(os.listdir(data))
     recorder = s.start_recorder("newer.log")
     time.sleep(2)
@@ -307,6 +312,12 @@ def newer_store(s):
     with open(store, "rb") as f:
         after = hashlib.sha256(f.read()).hexdigest()
     log = s.read("newer.log")
+    if before != after:
+        with open(store, "rb") as f:
+            now = f.read()
+        offsets = [i for i in range(min(len(now), len(before_bytes))) if now[i] != before_bytes[i]]
+        log += f"\nversions {before_bytes[60:64].hex()} -> {now[60:64].hex()}, beside {names_before}"
+        log += f"\nsizes {len(before_bytes)} -> {len(now)}, first changed bytes at {offsets[:8]}"
     s.check(code == 0 and before == after and "newer version of Velto (schema 99)" in log and
             "recording into memory only" in log,
             "a newer store is left byte for byte and the recorder runs in memory", log[-800:])
