@@ -83,6 +83,14 @@ TEST_F(LoginStartTest, EveryStartingPointEndsInExactlyTheWantedWay) {
 
 TEST_F(LoginStartTest, AFailedChangeLeavesTheKeysAndTheSessionAsTheyWere) {
   FakeTargets targets;
+  // From a fresh settings file: keys that were absent are absent again.
+  targets.failServiceOn = true;
+  ASSERT_FALSE(chooseLoginStart(settings, LoginStart::service, targets));
+  EXPECT_FALSE(settings.isStored(keys::kLaunchAtLogin));
+  EXPECT_FALSE(settings.isStored(keys::kLaunchAtLoginMode));
+  EXPECT_EQ(installedLoginStart(targets), LoginStart::off);
+  targets.failServiceOn = false;
+
   ASSERT_TRUE(chooseLoginStart(settings, LoginStart::autostart, targets));
   EXPECT_TRUE(targets.autostart);
 
@@ -95,7 +103,7 @@ TEST_F(LoginStartTest, AFailedChangeLeavesTheKeysAndTheSessionAsTheyWere) {
   EXPECT_FALSE(targets.service);
   EXPECT_FALSE(targets.bothSeen);
   EXPECT_EQ(chosenLoginStart(settings), LoginStart::autostart);
-  EXPECT_FALSE(settings.isStored(keys::kLaunchAtLoginMode)) << "an absent key stays absent";
+  EXPECT_EQ(settings.launchAtLoginMode(), "autostart");
 
   // A change through the keys one by one, as `velto settings set` makes it.
   targets.failServiceOn = false;

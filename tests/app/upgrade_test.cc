@@ -113,7 +113,7 @@ TEST(UpgradeTest, EveryEarlierReleasesFilesOpenWithNothingLost) {
     // The checkpoint it left becomes one more row, ending "recovered", and goes away.
     const auto checkpointFile = upgraded.dir / "data" / "Velto" / "open-segment.json";
     const Result<SegmentCheckpoint> checkpoint =
-        decodeCheckpoint(files::readAll(checkpointFile).value_or(""));
+        decodeCheckpoint(files::readAll(checkpointFile).toOptional().value_or(""));
     ASSERT_TRUE(checkpoint);
     services.start();
     services.quit();
@@ -161,7 +161,9 @@ TEST(UpgradeTest, AStoreOfANewerSchemaIsLeftByteForByteAndRecordingGoesOnInMemor
   EXPECT_TRUE(files::readAll(upgraded.dir / "data" / "Velto" / "Velto.sqlite").value() == before)
       << "the newer store was changed";
   EXPECT_FALSE(std::filesystem::exists(upgraded.dir / "data" / "Velto" / "Velto.sqlite-wal"));
-  EXPECT_EQ(files::readAll(upgraded.dir / "data" / "Velto" / "open-segment.json").value_or(""),
+  EXPECT_EQ(files::readAll(upgraded.dir / "data" / "Velto" / "open-segment.json")
+                .toOptional()
+                .value_or(""),
             checkpoint)
       << "the checkpoint waits for a program that can store it";
 }

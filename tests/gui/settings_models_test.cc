@@ -27,17 +27,12 @@ class SettingsModelsTest : public ::testing::Test {
     paths.installedUnit = scripted.dir / "none" / "velto.service";
     const auto wants = paths.userUnitFolder / "graphical-session.target.wants";
     paths.systemctl = (scripted.dir / "systemctl").string();
-    std::ofstream(paths.systemctl) << "#!/bin/sh
-case \"$2\" in
-"
+    std::ofstream(paths.systemctl) << "#!/bin/sh\ncase \"$2\" in\n"
                                    << "enable) mkdir -p '" << wants.string() << "' && ln -sf '"
                                    << (paths.userUnitFolder / "velto.service").string() << "' '"
-                                   << wants.string() << "/velto.service' ;;
-"
-                                   << "disable) rm -f '" << wants.string() << "/velto.service' ;;
-"
-                                   << "esac
-";
+                                   << wants.string() << "/velto.service' ;;\n"
+                                   << "disable) rm -f '" << wants.string() << "/velto.service' ;;\n"
+                                   << "esac\n";
     std::filesystem::permissions(paths.systemctl, std::filesystem::perms::owner_all);
     return paths;
   }
