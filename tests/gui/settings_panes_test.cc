@@ -140,7 +140,7 @@ TEST_F(SettingsPanesTest, PermissionsInstallAndRemoveTheBrowserExtension) {
   std::filesystem::create_directories(root / "bin");
   std::ofstream(root / "bin" / "velto-browser-host") << "#!/bin/sh\n";
   PaneContext ctx = context();
-  ctx.program = root / "bin" / "velto-gui";
+  ctx.loginStart.program = root / "bin" / "velto";
   std::unique_ptr<QWidget> pane(makePermissionsPane(ctx));
   ASSERT_NE(child<QLabel>(pane.get(), "No browser is connected yet."), nullptr);
 
