@@ -15,7 +15,10 @@
 #include "base/manual_scheduler.h"
 #include "recording/scripted_sources.h"
 #include "recording/segment_checkpoint.h"
+#include "reports/report_json.h"
+#include "reports/report_period.h"
 #include "reports/usage_export.h"
+#include "reports/usage_source.h"
 #include "settings/settings_keys.h"
 #include "store/persistence_controller.h"
 #include "store/sqlite.h"
@@ -60,6 +63,22 @@ class Upgraded {
     return json::parse(out.str(), nullptr, false);
   }
 
+  // `velto report --json` of the week holding `day`, as of the test's clock.
+  json weekReport(Instant day) {
+    const CategoryDirectory directory = CategoryDirectory::of(services->categories(), "en");
+    const std::shared_ptr<const CategoryResolver> resolver = services->categoryResolver();
+    const Instant now = scheduler.now();
+    UsageSource source(services->store(), services->calendar());
+    FigureInputs inputs{services->calendar(), *resolver,     directory, "en", now,
+                        std::nullopt,         Uuid::random()};
+    const Result<std::vector<CategoryRule>> rules = services->store().categoryRules();
+    inputs.categoriesUseTitles = !rules || hasKeywordRules(*rules);
+    const Result<UsageFigures> figures = buildFigures(
+        source, periodContaining(PeriodKind::week, day, services->calendar(), now), inputs);
+    EXPECT_TRUE(figures) << (figures ? "" : figures.error());
+    return figures ? reportJson(*figures, services->calendar()) : json();
+  }
+
   testing::TempDir dir;
   testing::LogCapture logs;
   ManualScheduler scheduler{at("2026-12-01T12:00:00Z")};
@@ -88,6 +107,7 @@ TEST(UpgradeTest, EveryEarlierReleasesFilesOpenWithNothingLost) {
     const json segments = readJson(folder / "expected" / "segments.json");
     const json dailyApps = readJson(folder / "expected" / "daily-apps.json");
     const json settingsList = readJson(folder / "expected" / "settings.json");
+    const json week = readJson(folder / "expected" / "report-week.json");
     ASSERT_TRUE(segments.is_array() && !segments.empty());
     ASSERT_TRUE(dailyApps.is_array() && !dailyApps.empty());
     ASSERT_TRUE(settingsList.contains("settings"));
@@ -109,6 +129,8 @@ TEST(UpgradeTest, EveryEarlierReleasesFilesOpenWithNothingLost) {
 
     EXPECT_EQ(upgraded.exported(ExportDetail::segments), segments);
     EXPECT_EQ(upgraded.exported(ExportDetail::dailyApps), dailyApps);
+    // The report, from whatever the store keeps for reports (aggregates, caches).
+    EXPECT_EQ(upgraded.weekReport(at("2026-11-17T12:00:00Z")), week);
 
     // The checkpoint it left becomes one more row, ending "recovered", and goes away.
     const auto checkpointFile = upgraded.dir / "data" / "Velto" / "open-segment.json";
