@@ -42,7 +42,7 @@ import harness
 from harness import CannotStart, Failed
 
 SKIP = 77
-TOOLS = ["cpack", "dpkg", "dpkg-deb", "dpkg-shlibdeps", "fakeroot", "apt-get", "lintian",
+TOOLS = ["cpack", "dpkg", "dpkg-deb", "dpkg-shlibdeps", "apt-get", "lintian",
          "desktop-file-validate", "appstreamcli", "Xvfb", "openbox", "xterm", "xdotool",
          "dbus-daemon", "systemctl"]
 SOURCE = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
