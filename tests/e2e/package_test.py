@@ -44,7 +44,7 @@ from harness import CannotStart, Failed
 SKIP = 77
 TOOLS = ["cpack", "dpkg", "dpkg-deb", "dpkg-shlibdeps", "apt-get", "lintian",
          "desktop-file-validate", "appstreamcli", "Xvfb", "openbox", "xterm", "xdotool",
-         "dbus-daemon", "systemctl"]
+         "xprop", "dbus-daemon", "systemctl"]
 SOURCE = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
 UPGRADE_DATA = os.path.join(SOURCE, "tests", "data", "upgrade")
 
