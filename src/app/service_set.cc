@@ -46,9 +46,13 @@ ServiceSet::ServiceSet(Desktop desktop, ServicePaths paths, Calendar calendar)
       notifications_(desktop.notifications != nullptr ? *desktop.notifications
                                                       : unavailableNotifications_) {
   unavailableNotifications_.status = NotificationAuthorization::denied;
+  // A store that could not be opened (a newer release's, a damaged one) records into memory,
+  // which a crash loses anyway: the checkpoint left beside it stays for a program that can store
+  // it, rather than being turned into a row that is gone at quit.
+  const bool checkpointed = paths.dataFolder && !persistence_.degraded();
   engine_ = std::make_unique<TrackingEngine>(TrackingEnvironment{
       desktop.front, desktop.titles, desktop.idleTime, desktop.power, desktop.session, resolver_,
-      settings_, sink_, paths.dataFolder ? &checkpoints_ : nullptr, &commands_, calendar_,
+      settings_, sink_, checkpointed ? &checkpoints_ : nullptr, &commands_, calendar_,
       desktop.clock, desktop.scheduler, notices_});
   reloadRules();
   rulesChanged_ = notices_.subscribe(notices::kCategoryRulesDidChange, [this] { reloadRules(); });

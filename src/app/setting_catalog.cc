@@ -20,6 +20,7 @@ namespace k = keys;
 
 constexpr std::string_view kLanguages[] = {"auto", "en", "tr", "de", "es", "fr"};
 constexpr std::string_view kThemes[] = {"auto", "light", "dark"};
+constexpr std::string_view kLaunchModes[] = {"autostart", "service"};
 
 SettingInfo plain(std::string_view key, SettingKind kind, double minimum = 0, double maximum = 0) {
   return SettingInfo{key, kind, true, minimum, maximum, {}, {}};
@@ -70,7 +71,10 @@ const std::vector<SettingInfo>& table() {
       choice(k::kUiLanguage, kLanguages),
       choice(k::kTheme, kThemes),
       kept(k::kMenuBarStatusItem, SettingKind::document),
-      kept(k::kLaunchAtLogin, SettingKind::boolean),  // written with the autostart entry
+      // Applied to the autostart entry and the systemd user unit by whoever writes them
+      // (app/login_start.h).
+      plain(k::kLaunchAtLogin, SettingKind::boolean),
+      choice(k::kLaunchAtLoginMode, kLaunchModes),
       plain(k::kOnboardingCompleted, SettingKind::boolean),
       plain(k::kAccessibilityRequested, SettingKind::boolean),
   };
@@ -202,6 +206,7 @@ json SettingCatalog::value(const Settings& settings, const SettingInfo& info) {
   if (key == k::kUiLanguage) return settings.uiLanguage();
   if (key == k::kTheme) return settings.theme();
   if (key == k::kLaunchAtLogin) return settings.launchAtLogin();
+  if (key == k::kLaunchAtLoginMode) return settings.launchAtLoginMode();
   if (key == k::kOnboardingCompleted) return settings.onboardingCompleted();
   if (key == k::kAccessibilityRequested) return settings.accessibilityRequested();
   return settings.json(key).value_or(json());
@@ -224,6 +229,7 @@ json SettingCatalog::defaultValue(const SettingInfo& info) {
   if (key == k::kMenuBarDisplay) return kMenuBarDisplayModes.front();
   if (key == k::kDayBudgetSeconds) return 28800;
   if (key == k::kUiLanguage || key == k::kTheme) return "auto";
+  if (key == k::kLaunchAtLoginMode) return "autostart";
   if (info.kind == SettingKind::boolean) return false;
   return json();
 }
@@ -317,6 +323,10 @@ void SettingCatalog::write(Settings& settings, const SettingInfo& info, const js
   if (key == k::kDayBudgetSeconds) return settings.setDayBudgetSeconds(value.get<double>());
   if (key == k::kUiLanguage) return settings.setUiLanguage(value.get<std::string>());
   if (key == k::kTheme) return settings.setTheme(value.get<std::string>());
+  if (key == k::kLaunchAtLogin) return settings.setLaunchAtLogin(value.get<bool>());
+  if (key == k::kLaunchAtLoginMode) {
+    return settings.setLaunchAtLoginMode(value.get<std::string>());
+  }
   if (key == k::kOnboardingCompleted) return settings.setOnboardingCompleted(value.get<bool>());
   if (key == k::kAccessibilityRequested) {
     return settings.setAccessibilityRequested(value.get<bool>());

@@ -19,6 +19,7 @@ using nlohmann::json;
 
 constexpr std::string_view kLanguages[] = {"auto", "en", "tr", "de", "es", "fr"};
 constexpr std::string_view kThemes[] = {"auto", "light", "dark"};
+constexpr std::string_view kLaunchModes[] = {"autostart", "service"};
 
 std::optional<double> numberOf(const json* value) {
   if (value == nullptr || !value->is_number()) return std::nullopt;
@@ -308,6 +309,12 @@ bool Settings::launchAtLogin() const {
 }
 void Settings::setLaunchAtLogin(bool enabled) {
   store(keys::kLaunchAtLogin, enabled);
+}
+std::string Settings::launchAtLoginMode() const {
+  return oneOf(file_.value(keys::kLaunchAtLoginMode), kLaunchModes).value_or("autostart");
+}
+void Settings::setLaunchAtLoginMode(std::string_view mode) {
+  store(keys::kLaunchAtLoginMode, mode);
 }
 bool Settings::onboardingCompleted() const {
   return boolean(keys::kOnboardingCompleted, false);

@@ -141,6 +141,9 @@ class Settings {
   // --- Application shell ---
   bool launchAtLogin() const;  // default false
   void setLaunchAtLogin(bool enabled);
+  // "autostart" or "service"; anything else reads as "autostart" (how older releases started).
+  std::string launchAtLoginMode() const;
+  void setLaunchAtLoginMode(std::string_view mode);
   bool onboardingCompleted() const;  // default false: onboarding is shown
   void setOnboardingCompleted(bool completed);
   // Default false. The user's consent to the accessibility interface: on Linux it turns on

@@ -51,6 +51,9 @@ inline constexpr std::string_view kMenuBarStatusItem = "velto.menubar.statusItem
 
 // Application shell.
 inline constexpr std::string_view kLaunchAtLogin = "velto.launchAtLogin";
+// How Velto starts at log-in when "velto.launchAtLogin" is on: "autostart" (the tray application
+// from the XDG autostart entry) or "service" (`velto record` from the systemd user unit).
+inline constexpr std::string_view kLaunchAtLoginMode = "velto.launchAtLoginMode";
 inline constexpr std::string_view kOnboardingCompleted = "velto.onboardingCompleted";
 inline constexpr std::string_view kAccessibilityRequested = "velto.accessibilityRequested";
 
@@ -86,6 +89,7 @@ inline constexpr std::string_view kAll[] = {kIsPaused,
                                             kTheme,
                                             kMenuBarStatusItem,
                                             kLaunchAtLogin,
+                                            kLaunchAtLoginMode,
                                             kOnboardingCompleted,
                                             kAccessibilityRequested};
 

@@ -17,11 +17,26 @@ using velto::testing::at;
 
 class SettingsModelsTest : public ::testing::Test {
  protected:
-  GeneralSettings general() {
-    return GeneralSettings(*scripted.services,
-                           AutostartFile(scripted.dir / "autostart" / "velto.desktop"),
-                           "/opt/Velto apps/velto-gui");
+  // The user's folders under the test's folder, and a systemctl that links and unlinks the
+  // unit as the real one does.
+  platform::LoginStartPaths loginPaths() {
+    platform::LoginStartPaths paths;
+    paths.program = "/opt/Velto apps/velto";
+    paths.autostartFile = scripted.dir / "autostart" / "velto.desktop";
+    paths.userUnitFolder = scripted.dir / "systemd" / "user";
+    paths.installedUnit = scripted.dir / "none" / "velto.service";
+    const auto wants = paths.userUnitFolder / "graphical-session.target.wants";
+    paths.systemctl = (scripted.dir / "systemctl").string();
+    std::ofstream(paths.systemctl) << "#!/bin/sh\ncase \"$2\" in\n"
+                                   << "enable) mkdir -p '" << wants.string() << "' && ln -sf '"
+                                   << (paths.userUnitFolder / "velto.service").string() << "' '"
+                                   << wants.string() << "/velto.service' ;;\n"
+                                   << "disable) rm -f '" << wants.string() << "/velto.service' ;;\n"
+                                   << "esac\n";
+    std::filesystem::permissions(paths.systemctl, std::filesystem::perms::owner_all);
+    return paths;
   }
+  GeneralSettings general() { return GeneralSettings(*scripted.services, loginPaths()); }
   Settings& settings() { return scripted.services->settings(); }
 
   velto::testing::ScriptedServices scripted;
@@ -70,21 +85,32 @@ TEST_F(SettingsModelsTest, MinutesAndAppearanceWriteThrough) {
   EXPECT_EQ(settings().theme(), "dark");
 }
 
-TEST_F(SettingsModelsTest, LaunchAtLoginWritesTheAutostartEntry) {
+TEST_F(SettingsModelsTest, LaunchAtLoginWritesTheAutostartEntryOrEnablesTheUnit) {
+  using platform::AutostartFile;
   GeneralSettings model = general();
   const auto file = scripted.dir / "autostart" / "velto.desktop";
-  ASSERT_TRUE(model.setLaunchAtLogin(true));
+  const auto link =
+      scripted.dir / "systemd" / "user" / "graphical-session.target.wants" / "velto.service";
+  ASSERT_TRUE(model.setLaunchAtLogin(LoginStart::autostart));
   EXPECT_TRUE(settings().launchAtLogin());
-  EXPECT_TRUE(model.launchAtLogin());
+  EXPECT_EQ(model.launchAtLogin(), LoginStart::autostart);
   std::ifstream in(file);
   std::stringstream text;
   text << in.rdbuf();
-  EXPECT_NE(text.str().find("Exec=\"/opt/Velto apps/velto-gui\"\n"), std::string::npos);
+  EXPECT_NE(text.str().find("Exec=\"/opt/Velto apps/velto\"\n"), std::string::npos);
   EXPECT_NE(text.str().find("[Desktop Entry]\nType=Application\n"), std::string::npos);
-  ASSERT_TRUE(model.setLaunchAtLogin(false));
+
+  ASSERT_TRUE(model.setLaunchAtLogin(LoginStart::service));
+  EXPECT_EQ(model.launchAtLogin(), LoginStart::service);
+  EXPECT_EQ(settings().launchAtLoginMode(), "service");
+  EXPECT_FALSE(std::filesystem::exists(file)) << "never both at once";
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+
+  ASSERT_TRUE(model.setLaunchAtLogin(LoginStart::off));
   EXPECT_FALSE(std::filesystem::exists(file));
+  EXPECT_FALSE(std::filesystem::is_symlink(link));
   EXPECT_FALSE(settings().launchAtLogin());
-  EXPECT_EQ(AutostartFile::contents("/a$b"), AutostartFile::contents("/a$b"));
+  EXPECT_EQ(model.launchAtLoginMode(), "service") << "the pane offers the last way again";
   EXPECT_NE(AutostartFile::contents("/a$b").find("Exec=\"/a\\$b\""), std::string::npos);
 }
 
@@ -148,12 +174,8 @@ TEST_F(SettingsModelsTest, LimitSheetOffersEverythingCategoriesAndRecordedApps) 
 }
 
 TEST_F(SettingsModelsTest, WindowOpensEveryPaneByName) {
-  SettingsWindow window(PaneContext{*scripted.services,
-                                    "en",
-                                    "/usr/bin/velto-gui",
-                                    scripted.dir / "velto.desktop",
-                                    {"record.missing.logind"},
-                                    false});
+  SettingsWindow window(
+      PaneContext{*scripted.services, "en", loginPaths(), {"record.missing.logind"}, false});
   for (std::string_view pane : SettingsWindow::kPanes) {
     EXPECT_TRUE(window.showPane(pane));
     EXPECT_EQ(window.currentPane(), pane);

@@ -22,8 +22,11 @@ namespace {
 class SettingsPanesTest : public ::testing::Test {
  protected:
   PaneContext context() {
-    return PaneContext{*scripted.services,    "en", "/usr/bin/velto-gui",
-                       scripted.dir / "auto", {},   true};
+    platform::LoginStartPaths login;
+    login.program = "/usr/bin/velto";
+    login.autostartFile = scripted.dir / "auto";
+    login.userUnitFolder = scripted.dir / "units";
+    return PaneContext{*scripted.services, "en", login, {}, true};
   }
   template <typename T>
   static T* child(QWidget* pane, const QString& text) {
@@ -137,7 +140,7 @@ TEST_F(SettingsPanesTest, PermissionsInstallAndRemoveTheBrowserExtension) {
   std::filesystem::create_directories(root / "bin");
   std::ofstream(root / "bin" / "velto-browser-host") << "#!/bin/sh\n";
   PaneContext ctx = context();
-  ctx.program = root / "bin" / "velto-gui";
+  ctx.loginStart.program = root / "bin" / "velto";
   std::unique_ptr<QWidget> pane(makePermissionsPane(ctx));
   ASSERT_NE(child<QLabel>(pane.get(), "No browser is connected yet."), nullptr);
 

@@ -1,12 +1,16 @@
 // `velto settings [list|get KEY|set KEY VALUE|reset KEY]`: every settings key, typed as the
 // program reads it. Writes go through the typed setters, so a running recorder picks them up
 // from the settings file at once. Shortening how long history is kept deletes history, so it
-// asks first (or takes --yes), as the General pane does.
+// asks first (or takes --yes), as the General pane does. Changing how Velto starts at log-in
+// writes the autostart entry or enables the systemd user unit at once, as the General pane does;
+// when that fails the keys stay as they were.
+#include "app/login_start.h"
 #include "app/setting_catalog.h"
 #include "base/strings.h"
 #include "cli/command.h"
 #include "cli/commands/command_support.h"
 #include "cli/commands/edit_session.h"
+#include "platform/linux/login_start_targets.h"
 #include "settings/settings_keys.h"
 
 namespace velto::cli {
@@ -128,10 +132,22 @@ int change(EditSession& session, const SettingInfo& info, const std::optional<js
   const std::optional<Retention> after =
       retentionAfter(settings, info, value ? *value : SettingCatalog::defaultValue(info));
   if (!historyMayShrink(settings, after, parsed.has("--yes"), language)) return kFailed;
-  if (value) {
-    SettingCatalog::write(settings, info, *value);
+  auto write = [&] {
+    if (value) {
+      SettingCatalog::write(settings, info, *value);
+    } else {
+      settings.reset(info.key);
+    }
+  };
+  if (info.key == keys::kLaunchAtLogin || info.key == keys::kLaunchAtLoginMode) {
+    platform::SessionLoginStart targets(
+        platform::LoginStartPaths::forUser(platform::veltoNextToThisProgram()));
+    if (Status applied = changeLoginStart(settings, targets, write); !applied) {
+      complain(i18n::text(language, "cli.settings.loginStartFailed %@", applied.error()));
+      return kFailed;
+    }
   } else {
-    settings.reset(info.key);
+    write();
   }
   const json now = SettingCatalog::value(settings, info);
   if (now == before) {

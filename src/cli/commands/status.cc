@@ -3,7 +3,9 @@
 // one line for a waybar module.
 //
 // --json prints one object:
-//   "recorder": {"running": bool, "pid": int}, "paused": bool, "pausedUntil": ISO 8601 | null,
+//   "recorder": {"running": bool, "pid": int, "startedBy": "service" (the systemd user unit) |
+//     "autostart" (the autostart entry, where the desktop starts entries through systemd) |
+//     "other" | null (no recorder)}, "paused": bool, "pausedUntil": ISO 8601 | null,
 //   "backend": "x11" | "wlroots" | "kwin" | "gnome" | null (no backend fits this session),
 //   "backendReason": catalog key of why there is no backend | null,
 //   "sources": {"windows", "idle", "sessionBus", "logind", "clock", "processes"}: each "ok" |
@@ -14,10 +16,14 @@
 //   "browserHosts": [keys of the browsers with the extension's host installed: "chromium",
 //     "chrome", "brave", "edge", "vivaldi", "firefox"],
 //   "browserReports": "listening" (a recorder owns org.velto.Recorder and takes the
-//     extension's reports) | "missing".
+//     extension's reports) | "missing",
+//   "loginStart": {"installed": what starts at log-in now, "chosen": what the settings choose},
+//     each "off" | "autostart" (the tray application from the autostart entry) | "service"
+//     (`velto record` from the systemd user unit velto.service).
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "app/login_start.h"
 #include "app/service_set.h"
 #include "base/iso8601.h"
 #include "base/notice_bus.h"
@@ -29,6 +35,7 @@
 #include "platform/linux/atspi_tab_reader.h"
 #include "platform/linux/browser_report_bus.h"
 #include "platform/linux/linux_desktop.h"
+#include "platform/linux/login_start_targets.h"
 #include "settings/settings.h"
 
 namespace velto::cli {
@@ -116,9 +123,21 @@ int status(const Invocation& invocation) {
       bus && platform::bus::nameHasOwner(bus.get(), platform::kRecorderBusName,
                                          std::chrono::milliseconds(500));
 
+  const platform::SessionLoginStart loginTargets(
+      platform::LoginStartPaths::forUser(platform::veltoNextToThisProgram()));
+  const LoginStart installed = installedLoginStart(loginTargets);
+  const LoginStart chosenStart = chosenLoginStart(settings);
+  // How the running recorder started (`other` when its control group does not say).
+  const platform::RecorderOrigin origin =
+      recorder ? platform::recorderOrigin(*recorder).value_or(platform::RecorderOrigin::other)
+               : platform::RecorderOrigin::other;
+
   if (json) {
     nlohmann::json document;
-    document["recorder"] = {{"running", recorder.has_value()}, {"pid", recorder.value_or(0)}};
+    document["recorder"] = {
+        {"running", recorder.has_value()},
+        {"pid", recorder.value_or(0)},
+        {"startedBy", recorder ? nlohmann::json(platform::rawValue(origin)) : nullptr}};
     document["paused"] = paused;
     document["pausedUntil"] = until ? nlohmann::json(formatIso8601(*until)) : nullptr;
     nlohmann::json sources = nlohmann::json::array();
@@ -141,11 +160,27 @@ int status(const Invocation& invocation) {
     for (const NativeHostBrowser* browser : hosts) hostKeys.push_back(browser->key);
     document["browserHosts"] = hostKeys;
     document["browserReports"] = reportsTaken ? "listening" : "missing";
+    document["loginStart"] = {{"installed", rawValue(installed)},
+                              {"chosen", rawValue(chosenStart)}};
     out(document.dump(2));
     return 0;
   }
   out(recorder ? i18n::text(language, "status.recorder.running %@", std::to_string(*recorder))
                : i18n::text(language, "status.recorder.stopped"));
+  if (recorder && origin != platform::RecorderOrigin::other) {
+    out("  " +
+        i18n::text(language, "status.recorder.origin." + std::string(platform::rawValue(origin))));
+  }
+  auto loginText = [&](LoginStart start) {
+    return i18n::text(language, "status.value.loginStart." + std::string(rawValue(start)));
+  };
+  std::string login = loginText(installed);
+  if (chosenStart != installed) {
+    login += " (" +
+             i18n::text(language, "status.value.loginStart.chosen %@", loginText(chosenStart)) +
+             ")";
+  }
+  out(i18n::text(language, "status.source.loginStart %@", login));
   if (!paused) {
     out(i18n::text(language, "status.tracking.recording"));
   } else if (until) {

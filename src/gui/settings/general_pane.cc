@@ -20,8 +20,7 @@ namespace {
 class GeneralPane : public QWidget {
  public:
   explicit GeneralPane(PaneContext& context)
-      : model_(context.services, AutostartFile(context.autostartFile), context.program),
-        lang_(context.language) {
+      : model_(context.services, context.loginStart), lang_(context.language) {
     auto* form = new QFormLayout(this);
 
     retention_ = new QComboBox;
@@ -71,16 +70,17 @@ class GeneralPane : public QWidget {
     });
     form->addRow(uiText(lang_, "settings.general.theme"), theme);
 
-    auto* login = new QCheckBox(uiText(lang_, "settings.general.launchAtLogin"));
-    login->setChecked(model_.launchAtLogin());
-    connect(login, &QCheckBox::toggled, this, [this, login](bool on) {
-      if (Status done = model_.setLaunchAtLogin(on); !done) {
-        log::error("Could not change launch at login: %{public}s", done.error());
-        const QSignalBlocker block(login);
-        login->setChecked(!on);
-      }
-    });
-    form->addRow(QString(), login);
+    login_ = new QCheckBox(uiText(lang_, "settings.general.launchAtLogin"));
+    loginMode_ = new QComboBox;
+    for (LoginStart way : {LoginStart::autostart, LoginStart::service}) {
+      const std::string raw(rawValue(way));
+      loginMode_->addItem(uiText(lang_, "settings.general.launchAtLoginMode." + raw), qtext(raw));
+    }
+    showLoginStart();
+    connect(login_, &QCheckBox::toggled, this, [this](bool) { chooseLoginStart(); });
+    connect(loginMode_, &QComboBox::activated, this, [this](int) { chooseLoginStart(); });
+    form->addRow(QString(), login_);
+    form->addRow(uiText(lang_, "settings.general.launchAtLoginMode"), loginMode_);
 
     auto* wipe = new QPushButton(uiText(lang_, "settings.general.deleteAll"));
     connect(wipe, &QPushButton::clicked, this, [this] { confirmWipe(); });
@@ -91,6 +91,34 @@ class GeneralPane : public QWidget {
   }
 
  private:
+  // Shows what the session holds: the box on when the entry or the unit is there, the choice of
+  // way from the settings (so turning the box on again keeps the way chosen before).
+  void showLoginStart() {
+    const LoginStart now = model_.launchAtLogin();
+    const QSignalBlocker blockBox(login_);
+    const QSignalBlocker blockMode(loginMode_);
+    login_->setChecked(now != LoginStart::off);
+    const LoginStart way = now != LoginStart::off
+                               ? now
+                               : (model_.launchAtLoginMode() == "service" ? LoginStart::service
+                                                                          : LoginStart::autostart);
+    loginMode_->setCurrentIndex(loginMode_->findData(qtext(std::string(rawValue(way)))));
+    loginMode_->setEnabled(login_->isChecked());
+  }
+
+  void chooseLoginStart() {
+    const LoginStart wanted = !login_->isChecked() ? LoginStart::off
+                              : loginMode_->currentData().toString() == QStringLiteral("service")
+                                  ? LoginStart::service
+                                  : LoginStart::autostart;
+    if (Status done = model_.setLaunchAtLogin(wanted); !done) {
+      log::error("Could not change launch at login: %{public}s", done.error());
+      QMessageBox::warning(this, uiText(lang_, "settings.general.launchAtLogin"),
+                           uiText(lang_, "settings.general.launchAtLogin.failed %@", done.error()));
+    }
+    showLoginStart();
+  }
+
   void showRetention() {
     const RetentionChoice now = model_.retention();
     const int index = retention_->findData(now.value_or(0));
@@ -131,6 +159,8 @@ class GeneralPane : public QWidget {
   GeneralSettings model_;
   std::string lang_;
   QComboBox* retention_ = nullptr;
+  QCheckBox* login_ = nullptr;
+  QComboBox* loginMode_ = nullptr;
 };
 
 }  // namespace

@@ -8,9 +8,8 @@
 
 namespace velto::gui {
 
-GeneralSettings::GeneralSettings(ServiceSet& services, AutostartFile autostart,
-                                 std::filesystem::path program)
-    : services_(services), autostart_(std::move(autostart)), program_(std::move(program)) {}
+GeneralSettings::GeneralSettings(ServiceSet& services, platform::LoginStartPaths loginStart)
+    : services_(services), loginStart_(std::move(loginStart)) {}
 
 RetentionChoice GeneralSettings::retention() const {
   return services_.settings().retention().days;
@@ -71,14 +70,16 @@ void GeneralSettings::setTheme(std::string_view theme) {
   services_.settings().setTheme(theme);
 }
 
-bool GeneralSettings::launchAtLogin() const {
-  return services_.settings().launchAtLogin() && autostart_.exists();
+LoginStart GeneralSettings::launchAtLogin() const {
+  return installedLoginStart(loginStart_);
 }
 
-Status GeneralSettings::setLaunchAtLogin(bool enabled) {
-  Status written = enabled ? autostart_.enable(program_) : autostart_.disable();
-  if (written) services_.settings().setLaunchAtLogin(enabled);
-  return written;
+Status GeneralSettings::setLaunchAtLogin(LoginStart start) {
+  return chooseLoginStart(services_.settings(), start, loginStart_);
+}
+
+std::string GeneralSettings::launchAtLoginMode() const {
+  return services_.settings().launchAtLoginMode();
 }
 
 Status GeneralSettings::deleteAllData() {

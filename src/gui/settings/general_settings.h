@@ -10,8 +10,9 @@
 #include <string>
 #include <string_view>
 
+#include "app/login_start.h"
 #include "base/result.h"
-#include "gui/settings/autostart_file.h"
+#include "platform/linux/login_start_targets.h"
 
 namespace velto {
 class ServiceSet;
@@ -28,7 +29,7 @@ inline constexpr std::array<std::string_view, 6> kLanguages = {"auto", "en", "tr
 
 class GeneralSettings {
  public:
-  GeneralSettings(ServiceSet& services, AutostartFile autostart, std::filesystem::path program);
+  GeneralSettings(ServiceSet& services, platform::LoginStartPaths loginStart);
 
   RetentionChoice retention() const;
   // True when `choice` keeps less history than now: the pane asks first.
@@ -48,15 +49,19 @@ class GeneralSettings {
   std::string theme() const;
   void setTheme(std::string_view theme);
 
-  bool launchAtLogin() const;
-  Status setLaunchAtLogin(bool enabled);
+  // What the session holds now (the entry or the unit), which is what the pane shows.
+  LoginStart launchAtLogin() const;
+  // Stores the choice and writes the entry or enables the unit, turning the other off; on
+  // failure the settings and the session stay as they were.
+  Status setLaunchAtLogin(LoginStart start);
+  // "autostart" or "service": the way chosen last, shown while starting at log-in is off.
+  std::string launchAtLoginMode() const;
 
   Status deleteAllData();
 
  private:
   ServiceSet& services_;
-  AutostartFile autostart_;
-  std::filesystem::path program_;
+  platform::SessionLoginStart loginStart_;
 };
 
 }  // namespace velto::gui

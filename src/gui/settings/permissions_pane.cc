@@ -53,7 +53,7 @@ QWidget* makePermissionsPane(PaneContext& context) {
                    [&settings](bool on) { settings.setAccessibilityRequested(on); });
   layout->addWidget(optIn);
   layout->addSpacing(6);
-  layout->addWidget(makeBrowserExtensionBox(lang, context.program));
+  layout->addWidget(makeBrowserExtensionBox(lang, context.loginStart.program));
   auto* detail = new QCheckBox(uiText(lang, "settings.permissions.detailCapture"));
   detail->setChecked(settings.detailCaptureEnabled());
   QObject::connect(detail, &QCheckBox::toggled, pane,

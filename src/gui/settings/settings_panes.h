@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/login_start_targets.h"
+
 namespace velto {
 class ServiceSet;
 }
@@ -18,8 +20,8 @@ namespace velto::gui {
 struct PaneContext {
   ServiceSet& services;
   std::string language;
-  std::filesystem::path program;               // started at login
-  std::filesystem::path autostartFile;         // ~/.config/autostart/velto.desktop
+  // The autostart entry and the user unit; `program` is the `velto` beside this program.
+  platform::LoginStartPaths loginStart;
   std::vector<std::string> missingSourceKeys;  // catalog keys of sources that do not work
   bool notificationServer = false;             // a notification server owns the name
   std::string backend = {};                    // "x11", "wlroots"; empty: no desktop backend

@@ -15,11 +15,11 @@
 #include "gui/onboarding/onboarding_window.h"
 #include "gui/report/report_summary_writer.h"
 #include "gui/report/report_window.h"
-#include "gui/settings/autostart_file.h"
 #include "gui/settings/settings_window.h"
 #include "gui/shell/qt_text.h"
 #include "gui/shell/theme.h"
 #include "gui/tray/tray_controller.h"
+#include "platform/linux/login_start_targets.h"
 #include "settings/settings_keys.h"
 
 namespace velto::gui {
@@ -29,12 +29,6 @@ namespace {
 Desktop withNotifications(Desktop desktop, AppNotificationCentering* notifications) {
   desktop.notifications = notifications;
   return desktop;
-}
-
-std::filesystem::path ownProgram() {
-  std::error_code error;
-  std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
-  return error ? std::filesystem::path("velto-gui") : self;
 }
 
 }  // namespace
@@ -172,7 +166,8 @@ void DesktopApp::openSettings(std::string_view pane) {
     const platform::BackendChoice& backend = desktop_.backendChoice();
     const bool none = backend.backend == platform::Backend::none;
     settings_ = new SettingsWindow(
-        PaneContext{services_, services_.language(), ownProgram(), AutostartFile::defaultPath(),
+        PaneContext{services_, services_.language(),
+                    platform::LoginStartPaths::forUser(platform::veltoNextToThisProgram()),
                     std::move(missing), notificationServer_,
                     none ? std::string() : std::string(platform::backendName(backend.backend)),
                     none ? backend.reasonKey : std::string()});

@@ -1,10 +1,10 @@
-#include "gui/settings/autostart_file.h"
+#include "platform/linux/autostart_file.h"
 
 #include <cstdlib>
 
 #include "base/files.h"
 
-namespace velto::gui {
+namespace velto::platform {
 
 std::filesystem::path AutostartFile::defaultPath() {
   const char* config = std::getenv("XDG_CONFIG_HOME");
@@ -44,4 +44,4 @@ bool AutostartFile::exists() const {
   return std::filesystem::exists(file_, error);
 }
 
-}  // namespace velto::gui
+}  // namespace velto::platform

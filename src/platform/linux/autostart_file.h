@@ -6,7 +6,7 @@
 
 #include "base/result.h"
 
-namespace velto::gui {
+namespace velto::platform {
 
 class AutostartFile {
  public:
@@ -28,4 +28,4 @@ class AutostartFile {
   std::filesystem::path file_;
 };
 
-}  // namespace velto::gui
+}  // namespace velto::platform
