@@ -63,7 +63,16 @@ Result<sql::Database> openFile(const std::filesystem::path& file) {
   if (!opened) return opened;
   sql::Database& db = opened.value();
   db.setBusyTimeout(PersistenceController::kBusyWaitMs);
+  // Closing the last connection to a WAL store folds a log left by a killed process into the
+  // file: not before the file is known to be ours to change (a newer version's log stays its
+  // own). Without such a log, closing only tidies the empty one away.
+  std::filesystem::path log = file;
+  log += "-wal";
+  std::error_code error;
+  const bool pendingLog = std::filesystem::file_size(log, error) > 0 && !error;
+  if (pendingLog) sqlite3_db_config(db.handle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
   if (Status usable = checkUsable(db); !usable) return Error{usable.error()};
+  if (pendingLog) sqlite3_db_config(db.handle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
   if (Status wal = db.exec("PRAGMA journal_mode = WAL"); !wal) return Error{wal.error()};
   // FULL: every commit is on disk before it returns, so a power loss keeps every recorded row
   // (NORMAL would keep the file sound but could lose the commits since the last checkpoint).

@@ -87,6 +87,33 @@ TEST(PersistenceControllerTest, AnUnusableFileIsLeftUntouchedAndTheStoreRunsInMe
   }
 }
 
+// A newer version killed with its log not yet folded in: both files stay exactly as they were.
+TEST(PersistenceControllerTest, ANewerStoreWithAPendingLogIsLeftAsItIs) {
+  TempDir dir;
+  const auto file = dir.path() / PersistenceController::kFileName;
+  {
+    auto db = sql::Database::open(file.string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    ASSERT_TRUE(db);
+    sqlite3_db_config(db->handle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    ASSERT_TRUE(
+        db->exec("PRAGMA journal_mode = WAL; PRAGMA wal_autocheckpoint = 0; "
+                 "CREATE TABLE later (x); INSERT INTO later VALUES (1); "
+                 "PRAGMA user_version = " +
+                 std::to_string(PersistenceController::kSchemaVersion + 1)));
+  }
+  auto wal = file;
+  wal += "-wal";
+  const std::string before = files::readAll(file).value();
+  const std::string log = files::readAll(wal).value();
+  ASSERT_FALSE(log.empty());
+  {
+    PersistenceController persistence(dir.path());
+    EXPECT_TRUE(persistence.degraded());
+  }
+  EXPECT_TRUE(files::readAll(file).value() == before);
+  EXPECT_TRUE(files::readAll(wal).value() == log);
+}
+
 TEST(PersistenceControllerTest, AFolderThatCannotBeMadeIsLoggedAndTheStoreDegrades) {
   TempDir dir;
   ASSERT_TRUE(files::writeAtomically(dir / "blocked", "a file where the folder should be"));
