@@ -77,7 +77,11 @@ int main(int argc, char** argv) {
     case Open::nothing:
       break;
     case Open::report:
-      app.openReport();
+      if (options.period.empty() && options.tab.empty() && !options.writeSummary) {
+        app.openReport();
+      } else {
+        app.openReportView(options.period, options.tab, options.writeSummary);
+      }
       break;
     case Open::reportWeek:
       app.openWeekReport();

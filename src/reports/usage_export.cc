@@ -6,6 +6,8 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <tuple>
+#include <utility>
 
 #include "base/iso8601.h"
 #include "base/strings.h"
@@ -233,17 +235,19 @@ Result<std::int64_t> writeExport(SegmentStore& store, const ExportRequest& reque
                                                "category", "end_reason", "category_name"}
                : std::vector<std::string_view>{"date", "app", "bundle_id", "category", "seconds",
                                                "category_name"});
-  // dailyApps: the current day's applications, written when the day changes.
+  // dailyApps: the current day's applications by category, written when the day changes. Each
+  // row is filed as reports file it (by site and title too), so a browser's time is split by
+  // the category of each site and the category sums agree with the report's.
   struct DayApp {
     std::string app;
     Micros micros = 0;
   };
   std::string day;
-  std::map<std::string, DayApp> dayApps;
+  std::map<std::pair<std::string, std::string>, DayApp> dayApps;  // by bundle id, category
   std::vector<Field> fields;
   auto flushDay = [&] {
-    for (const auto& [bundleId, entry] : dayApps) {
-      const std::string category(labels.category(bundleId, std::nullopt, std::nullopt));
+    for (const auto& [key, entry] : dayApps) {
+      const auto& [bundleId, category] = key;
       fields = {{"date", day},
                 {"app", entry.app},
                 {"bundle_id", bundleId},
@@ -290,7 +294,7 @@ Result<std::int64_t> writeExport(SegmentStore& store, const ExportRequest& reque
         flushDay();
         day = std::move(date);
       }
-      DayApp& entry = dayApps[bundleId];
+      DayApp& entry = dayApps[{bundleId, std::string(labels.category(bundleId, host, title))}];
       if (entry.app.empty()) entry.app = labels.app(bundleId, appName);
       entry.micros += countedMicros(seconds);
     }

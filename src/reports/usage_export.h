@@ -3,7 +3,9 @@
 //
 // Detail "segments": one record per stored row, keys date, start, end, seconds, app, bundle_id,
 // site, window_title, tool, category, end_reason, category_name. Detail "dailyApps": one record
-// per local day and application, keys date, app, bundle_id, category, seconds, category_name.
+// per local day, application and category, keys date, app, bundle_id, category, seconds,
+// category_name; rows are filed by site and title as reports file them, so a browser's day comes
+// as one record per category of the sites it showed and category sums agree with the report.
 // CSV: a header of the keys, comma-separated values, fields holding a comma, a double quote or a
 // line break quoted with inner quotes doubled, every line ending in CR LF. JSON: an array of
 // objects, pretty printed, keys sorted. Dates are local days of the calendar ("yyyy-MM-dd"),

@@ -148,6 +148,15 @@ Result<UsageFigures> buildFigures(UsageSource& source, const ReportPeriod& perio
   return f;
 }
 
+Result<std::vector<DetailUsage>> appDetailRows(UsageSource& source, const UsageFigures& figures,
+                                               const std::string& bundleId) {
+  if (!figures.siteLevel) return UsageRollup::detailRows(figures.contexts, bundleId);
+  Result<std::vector<ContextTotal>> own =
+      source.appDetails(figures.counted, figures.liveRows, bundleId);
+  if (!own) return Error{own.error()};
+  return UsageRollup::detailRows(*own, bundleId);
+}
+
 UsageReport::UsageReport(Services services)
     : services_(std::move(services)),
       source_(services_.store, services_.calendar),

@@ -112,6 +112,12 @@ struct FigureInputs {
 Result<UsageFigures> buildFigures(UsageSource& source, const ReportPeriod& period,
                                   const FigureInputs& inputs);
 
+// The detail rows of one application in figures made by buildFigures: from the figures' own
+// contexts, or, when those are totals per site (settled days keep no details), read from
+// `source` over the counted interval and the figures' running rows.
+Result<std::vector<DetailUsage>> appDetailRows(UsageSource& source, const UsageFigures& figures,
+                                               const std::string& bundleId);
+
 class UsageReport {
  public:
   struct Services {

@@ -10,6 +10,7 @@
 #include "categories/text_case.h"
 #include "context/app_catalog.h"
 #include "context/context_detail.h"
+#include "context/meaningless_title.h"
 #include "recording/off_computer.h"
 
 namespace velto {
@@ -391,8 +392,14 @@ std::string UsageRollup::blockLabel(const Segment& row) {
   if (row.windowTitle) source.windowTitle = *row.windowTitle;
   if (row.host) source.host = *row.host;
   if (row.toolName) source.toolName = *row.toolName;
-  if (std::optional<ActivityDetail> detail = deriveDetail(source)) return detail->label;
-  return row.windowTitle.value_or("");
+  // A title that says nothing ("Untitled 3", "New Tab", "800×600") labels nothing: the block
+  // is the application's, and joins its neighbours of the same application.
+  if (std::optional<ActivityDetail> detail = deriveDetail(source);
+      detail && !isMeaninglessWindowTitle(detail->label)) {
+    return detail->label;
+  }
+  if (!row.windowTitle || isMeaninglessWindowTitle(*row.windowTitle)) return {};
+  return *row.windowTitle;
 }
 
 bool UsageRollup::joinsBlock(const TimelineBlock& block, const Segment& row,
@@ -428,10 +435,11 @@ std::vector<TimelineBlock> UsageRollup::blocks(std::span<const Segment> rows) {
   return blocks;
 }
 
-std::optional<DateInterval> UsageRollup::timelineSpan(std::span<const Segment> rows, Instant now) {
+std::optional<DateInterval> UsageRollup::timelineSpan(std::span<const Segment> rows,
+                                                      std::optional<Instant> now) {
   if (rows.empty()) return std::nullopt;
   Instant first = rows.front().startedAt;
-  Instant last = now;
+  Instant last = now.value_or(rows.front().endedAt);
   for (const Segment& row : rows) {
     first = std::min(first, row.startedAt);
     last = std::max(last, row.endedAt);

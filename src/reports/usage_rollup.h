@@ -187,13 +187,17 @@ struct UsageRollup {
   // The detail of one total: the stored one of titleless totals, else the context's.
   static std::optional<ActivityDetail> detailOf(const ContextTotal& total);
 
-  // What a block shows for a row: its detail's label, else its window title, else empty.
+  // What a block shows for a row: its detail's label, else its window title, else empty; a
+  // label or title that says nothing (isMeaninglessWindowTitle) is never shown.
   static std::string blockLabel(const Segment& row);
   static bool joinsBlock(const TimelineBlock& block, const Segment& row, std::string_view label);
   // Timeline blocks of rows at the computer in start order.
   static std::vector<TimelineBlock> blocks(std::span<const Segment> rows);
-  // From the earliest start to the later of the latest end and `now`, at least one hour long.
-  static std::optional<DateInterval> timelineSpan(std::span<const Segment> rows, Instant now);
+  // From the earliest start to the latest end, at least one hour long. `now`, for a day still
+  // running: the span reaches to now as well; none for a finished day, whose span ends with its
+  // last row.
+  static std::optional<DateInterval> timelineSpan(std::span<const Segment> rows,
+                                                  std::optional<Instant> now);
   // Seconds the user has been in `bundleId` without a break: the running segment's elapsed time
   // plus the newest rows of the same application joined by gaps of at most 60 s.
   static double currentRun(std::span<const Segment> rows, std::string_view bundleId,

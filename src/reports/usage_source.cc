@@ -69,7 +69,9 @@ Result<UsageTally> UsageSource::tallyFromRows(const DateInterval& interval,
 }
 
 Result<std::optional<DaySummary>> UsageSource::summaryOfStoredDay(const std::string& dayKey) {
-  const std::string& zone = calendar_.zoneName();
+  // Kept per zone and per way of labelling blocks: days cached while titles that say nothing
+  // still labelled blocks are worked out again.
+  const std::string zone = calendar_.zoneName() + "|labels:2";
   if (std::optional<std::string> cached = aggregates_.cachedDay(dayKey, zone)) {
     if (*cached == kNoTimeAtComputer) return std::optional<DaySummary>();
     if (std::optional<DaySummary> day = DaySummary::decode(*cached)) return day;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/result.h"
+#include "base/time.h"
 
 namespace velto {
 
@@ -27,6 +28,9 @@ struct NotificationRequest {
   std::string body;
   std::string categoryIdentifier;  // decides what a click opens
   bool sound = true;
+  // A moment inside the period the notification tells about (the digest: its week's start); a
+  // click opens that period. None: the current one.
+  std::optional<Instant> about = std::nullopt;
 
   bool operator==(const NotificationRequest&) const = default;
 };

@@ -2,13 +2,17 @@
 
 namespace velto {
 
-bool NotificationRouter::handleResponse(std::string_view category, bool isDefaultAction) const {
+bool NotificationRouter::handleResponse(std::string_view category, bool isDefaultAction,
+                                        std::optional<Instant> about) const {
   if (!isDefaultAction) return false;
-  const std::function<void()>* open = nullptr;
   // Whole-string comparisons: neither identifier is treated as a prefix of another.
   if (category == kDigest || category == kLimitWeek) {
-    open = &onOpenWeek;
-  } else if (category == kLimit) {
+    if (!onOpenWeek) return false;
+    onOpenWeek(about);
+    return true;
+  }
+  const std::function<void()>* open = nullptr;
+  if (category == kLimit) {
     open = &onOpenToday;
   } else if (category == kDaily) {
     open = &onOpenTodayOverview;

@@ -45,7 +45,7 @@ std::optional<long long> totalChangePercent(double current, double previous) {
   return std::llround((current - previous) / previous * 100);
 }
 
-SummaryFacts summaryFacts(const UsageFigures& f) {
+SummaryFacts summaryFacts(const UsageFigures& f, const AppDetailSource& detailsOf) {
   SummaryFacts facts;
   facts.periodLabel = f.label;
   facts.totalSeconds = f.totalSeconds;
@@ -57,7 +57,8 @@ SummaryFacts summaryFacts(const UsageFigures& f) {
   for (size_t i = 0; i < f.byApp.size() && i < kAppFacts; ++i) {
     SummaryFacts::Entry app{f.byApp[i].appName, f.byApp[i].seconds, {}};
     const std::vector<DetailUsage> details =
-        UsageRollup::detailRows(f.contexts, f.byApp[i].bundleId);
+        detailsOf ? detailsOf(f.byApp[i].bundleId)
+                  : UsageRollup::detailRows(f.contexts, f.byApp[i].bundleId);
     for (size_t d = 0; d < details.size() && d < kDetailsPerApp; ++d) {
       app.details.push_back(details[d].label);
     }

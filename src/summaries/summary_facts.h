@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -40,8 +41,13 @@ struct SummaryFacts {
   bool operator==(const SummaryFacts&) const = default;
 };
 
-// The facts of a report. Category and application names are the ones the report shows.
-SummaryFacts summaryFacts(const UsageFigures& figures);
+// An application's detail rows, most time first (UsageReport::detailRows, appDetailRows).
+using AppDetailSource = std::function<std::vector<DetailUsage>(const std::string& bundleId)>;
+
+// The facts of a report. Category and application names are the ones the report shows. An
+// application's details come from `details`; without it from the figures' own contexts, which
+// hold none for settled days (totals per site), so callers with such figures pass a source.
+SummaryFacts summaryFacts(const UsageFigures& figures, const AppDetailSource& details = {});
 
 // round((current − previous) / previous × 100) with halves away from zero; none when
 // `previous` is not above zero.

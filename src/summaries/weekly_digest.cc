@@ -180,9 +180,12 @@ void WeeklyDigestScheduler::fire() {
                          log::info("Weekly digest has nothing worth saying - skipped");
                          return std::nullopt;
                        }
-                       return NotificationRequest{"velto.digest.weekly", digest->title,
+                       return NotificationRequest{"velto.digest.weekly",
+                                                  digest->title,
                                                   digest->body,
-                                                  std::string(NotificationRouter::kDigest), true};
+                                                  std::string(NotificationRouter::kDigest),
+                                                  true,
+                                                  composer_.reportedWeek(*occurrence).start};
                      },
                      [this, variant](Status posted) {
                        if (posted) {

@@ -4,18 +4,28 @@
 #include "base/strings.h"
 #include "summaries/endpoint_language_model.h"
 #include "summaries/fact_writer.h"
+#include "summaries/loopback_endpoint.h"
 
 namespace velto {
 
-std::unique_ptr<LanguageModel> languageModelFor(const Settings& settings, Scheduler& scheduler) {
+Result<std::unique_ptr<LanguageModel>> languageModelFor(const Settings& settings,
+                                                        Scheduler& scheduler,
+                                                        std::string_view language) {
+  std::unique_ptr<LanguageModel> model;
   if (std::optional<std::string> endpoint = settings.aiModelEndpoint()) {
-    return std::make_unique<EndpointLanguageModel>(std::move(*endpoint), scheduler);
+    if (Result<LoopbackEndpoint> usable = loopbackEndpoint(*endpoint, language); !usable) {
+      return Error{usable.error()};
+    }
+    model = std::make_unique<EndpointLanguageModel>(std::move(*endpoint), scheduler);
+  } else {
+    model = std::make_unique<FactWriter>(scheduler);
   }
-  return std::make_unique<FactWriter>(scheduler);
+  return model;
 }
 
-std::optional<SummaryRequest> summaryRequest(const UsageFigures& figures, std::string language) {
-  SummaryFacts facts = summaryFacts(figures);
+std::optional<SummaryRequest> summaryRequest(const UsageFigures& figures, std::string language,
+                                             const AppDetailSource& details) {
+  SummaryFacts facts = summaryFacts(figures, details);
   const std::vector<std::string> lines = factLines(facts, language);
   if (lines.empty()) return std::nullopt;
   return SummaryRequest{summaryInstructions(language), summaryPrompt(lines), std::move(facts),
@@ -24,11 +34,12 @@ std::optional<SummaryRequest> summaryRequest(const UsageFigures& figures, std::s
 
 WrittenSummary::WrittenSummary(LanguageModel& model) : model_(model) {}
 
-void WrittenSummary::generate(const UsageFigures& figures, const std::string& language) {
+void WrittenSummary::generate(const UsageFigures& figures, const std::string& language,
+                              const AppDetailSource& details) {
   const int generation = ++*generation_;
   failure_.reset();
   notice_.reset();
-  std::optional<SummaryRequest> request = summaryRequest(figures, language);
+  std::optional<SummaryRequest> request = summaryRequest(figures, language, details);
   if (!request) {
     sentences_.clear();
     working_ = false;

@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "settings/settings.h"
@@ -21,19 +22,28 @@ namespace velto {
 class Scheduler;
 
 // The model the settings choose: the loopback endpoint of "velto.aiModelEndpoint" when one is
-// set, else the built-in writer. `scheduler` must outlive the model.
-std::unique_ptr<LanguageModel> languageModelFor(const Settings& settings, Scheduler& scheduler);
+// set, else the built-in writer. An address that is not a loopback http:// address is refused
+// here with the catalog's message in `language` ("summary.endpoint.notLoopback %@",
+// "summary.endpoint.invalid %@"): no model exists for it, so no request is made or reported as
+// failed. `scheduler` must outlive the model.
+Result<std::unique_ptr<LanguageModel>> languageModelFor(const Settings& settings,
+                                                        Scheduler& scheduler,
+                                                        std::string_view language);
 
-// The request for a report's figures in `language`; none when there are no facts.
-std::optional<SummaryRequest> summaryRequest(const UsageFigures& figures, std::string language);
+// The request for a report's figures in `language`; none when there are no facts. `details` as
+// for summaryFacts.
+std::optional<SummaryRequest> summaryRequest(const UsageFigures& figures, std::string language,
+                                             const AppDetailSource& details = {});
 
 class WrittenSummary {
  public:
   // `model` must outlive this object.
   explicit WrittenSummary(LanguageModel& model);
 
-  // Asks for sentences about `figures`; a request still running is superseded.
-  void generate(const UsageFigures& figures, const std::string& language);
+  // Asks for sentences about `figures`; a request still running is superseded. `details` as for
+  // summaryFacts.
+  void generate(const UsageFigures& figures, const std::string& language,
+                const AppDetailSource& details = {});
 
   bool working() const { return working_; }
   const std::vector<std::string>& sentences() const { return sentences_; }

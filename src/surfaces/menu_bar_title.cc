@@ -1,5 +1,7 @@
 #include "surfaces/menu_bar_title.h"
 
+#include <cmath>
+
 #include "base/raw_values.h"
 #include "base/strings.h"
 #include "reports/duration_text.h"
@@ -25,6 +27,16 @@ std::string_view rawValue(MenuBarChipTone tone) {
   }
   return "calm";
 }
+
+namespace {
+
+// Whole minutes (rounded up, so a minute left is not "0m") under an hour, else whole hours.
+double roughly(double seconds) {
+  if (seconds < 3600) return std::ceil(seconds / 60) * 60;
+  return std::round(seconds / 3600) * 3600;
+}
+
+}  // namespace
 
 MenuBarChipTone MenuBarTitle::limitTone(double spent, double amount,
                                         std::optional<double> warnRatio) {
@@ -65,9 +77,13 @@ std::optional<MenuBarChip> MenuBarTitle::chip(const Input& input) {
     case MenuBarDisplay::limit: {
       const std::optional<LimitProgress> limit = chosenLimit(input.progress);
       if (!limit) return MenuBarChip{duration.format(input.todaySeconds), budgetTone};
+      const double rest = limit->amount - limit->spent;
+      const std::string left =
+          rest >= 0 ? duration.format(roughly(rest)) : "+" + duration.format(roughly(-rest));
       return MenuBarChip{i18n::text(input.language, "menubar.limit %@ %@",
                                     duration.format(limit->spent), duration.format(limit->amount)),
-                         limitTone(limit->spent, limit->amount, input.warnRatio)};
+                         limitTone(limit->spent, limit->amount, input.warnRatio), limit->fraction(),
+                         left};
     }
   }
   return std::nullopt;

@@ -24,6 +24,11 @@ std::string_view rawValue(MenuBarChipTone tone);
 struct MenuBarChip {
   std::string text;
   MenuBarChipTone tone = MenuBarChipTone::calm;
+  // "limit" mode with a limit shown: the share of it used (1 or more once used up) and, for a
+  // picture too small for `text`, the time left ("50m", "2h": whole minutes under an hour, else
+  // whole hours) or, once over, the time past it ("+10m").
+  std::optional<double> used = std::nullopt;
+  std::string left = {};
   bool operator==(const MenuBarChip&) const = default;
 };
 

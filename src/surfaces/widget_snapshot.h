@@ -80,8 +80,4 @@ class WidgetSnapshotWriter {
   Subscription dataChanged_;
 };
 
-// True for window titles that say nothing: one character or none, "new tab", "untitled…",
-// "home", a size such as "1920 x 1080", digits and dots. Compared lower-cased and trimmed.
-bool isMeaninglessWindowTitle(std::string_view title);
-
 }  // namespace velto

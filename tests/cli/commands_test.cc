@@ -296,6 +296,58 @@ TEST_F(CommandsTest, RecordedTimeIsDeletedReassignedAndWiped) {
   EXPECT_EQ(openStore()->count().value(), 0);
 }
 
+// Settled days keep totals per site; the facts still name what an application was mostly used
+// for, for a past day as for a week or a range.
+TEST_F(CommandsTest, SummaryFactsKeepTheDetailsOfEveryPeriod) {
+  {
+    auto store = openStore();
+    const auto browse = [&](const char* host, const char* from, const char* to) {
+      const ActivityContext web{"firefox",         "Firefox", std::string("Page"),
+                                std::string(host), {},        {}};
+      ASSERT_TRUE(store->insert({web, at(from), at(to), SegmentEndReason::focusChange}));
+    };
+    browse("github.com", "2026-11-10T09:00:00Z", "2026-11-10T10:00:00Z");
+    browse("docs.python.org", "2026-11-10T10:00:00Z", "2026-11-10T10:30:00Z");
+    browse("github.com", "2026-11-11T09:00:00Z", "2026-11-11T09:20:00Z");
+  }
+  const std::vector<std::vector<std::string>> periods = {
+      {"--period", "day", "--date", "2026-11-10"},
+      {"--period", "week", "--date", "2026-11-10"},
+      {"--period", "month", "--date", "2026-11-10"},
+      {"--from", "2026-11-09", "--to", "2026-11-12"}};
+  for (std::vector<std::string> period : periods) {
+    SCOPED_TRACE(period[1]);
+    period.push_back("--facts");
+    const Outcome facts = run("summary", period);
+    ASSERT_EQ(facts.status, 0) << facts.err;
+    EXPECT_TRUE(has(facts.out, "(mostly github.com, docs.python.org)")) << facts.out;
+  }
+}
+
+// A model address off this computer is refused before any request, for every period: one line
+// with the catalog's reason, and nothing about a failed day summary.
+TEST_F(CommandsTest, SummaryRefusesAModelAddressOffThisComputerForEveryPeriod) {
+  {
+    auto store = openStore();
+    ASSERT_TRUE(
+        store->insert({ActivityContext{"code", "Code", {}, {}, {}, {}}, at("2026-11-24T09:00:00Z"),
+                       at("2026-11-24T11:00:00Z"), SegmentEndReason::focusChange}));
+  }
+  std::filesystem::create_directories(dir / "config/Velto");
+  std::ofstream(dir / "config/Velto/settings.json")
+      << R"({"velto.aiModelEndpoint": "http://example.com:8080/v1"})";
+  for (const char* period : {"day", "week", "month"}) {
+    SCOPED_TRACE(period);
+    logs.lines.clear();
+    const Outcome refused = run("summary", {"--period", period, "--date", "2026-11-24"});
+    expectRefused(refused, "The model address http://example.com:8080/v1 is not on this computer");
+    EXPECT_FALSE(has(refused.err, "could not be written")) << refused.err;
+    for (const std::string& line : logs.lines) EXPECT_FALSE(has(line, "summary")) << line;
+  }
+  const Outcome facts = run("summary", {"--period", "week", "--date", "2026-11-24", "--facts"});
+  EXPECT_EQ(facts.status, 0) << "the facts need no model";
+}
+
 TEST_F(CommandsTest, ProgressCountsTheStretchARunningRecorderIsRecording) {
   std::filesystem::create_directories(dir / "run/Velto");
   std::filesystem::create_directories(dir / "data/Velto");

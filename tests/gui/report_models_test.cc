@@ -1,6 +1,8 @@
 // The report window's models over a store filled with known rows.
 #include <gtest/gtest.h>
 
+#include <QPushButton>
+
 #include "gui/report/buckets_model.h"
 #include "gui/report/category_filing.h"
 #include "gui/report/chart_views.h"
@@ -15,6 +17,7 @@ namespace velto::gui {
 namespace {
 
 using testing::ReportWindowFixture;
+using velto::testing::at;
 
 QString cell(const QAbstractItemModel& model, int row, int column, QModelIndex parent = {}) {
   return model.index(row, column, parent).data().toString();
@@ -95,6 +98,13 @@ TEST_F(ReportModelsTest, FilingAnAppUnderACategoryMovesItAndReplacesTheEarlierCh
 
 TEST_F(ReportModelsTest, HeatmapPutsTheMorningOnSaturdaysLocalHours) {
   const HeatmapModel& heatmap = window->heatmapModel();
+  // A day is one row: its own hours.
+  ASSERT_EQ(heatmap.rowCount(), 1);
+  EXPECT_EQ(heatmap.weekdayOfRow(0), 7);
+  EXPECT_EQ(heatmap.seconds(0, 8), 3600);
+  EXPECT_EQ(heatmap.description(), "The busiest hour was Saturday 08:00–09:00 with 1h.");
+
+  window->showPeriod(PeriodKind::week, at("2026-11-18T12:00:00Z"));
   ASSERT_EQ(heatmap.rowCount(), 7);
   ASSERT_EQ(heatmap.columnCount(), 24);
   // Weeks start on Monday here, so Saturday is the sixth row.
@@ -117,11 +127,38 @@ TEST_F(ReportModelsTest, WeekBarsHoldOneBarPerDay) {
   EXPECT_EQ(bars.index(5).data(BucketsModel::SecondsRole).toDouble(), 6600);
   EXPECT_EQ(bars.index(4).data(BucketsModel::SecondsRole).toDouble(), 0);
   EXPECT_EQ(bars.description(), "7 days; the busiest was 2026-11-21 with 1h 50m.");
+  // Weekday names under the bars; each bar stacked by category, the stacks adding up to it.
+  EXPECT_EQ(bars.axisLabel(0), "Mon 16");
+  EXPECT_EQ(bars.axisLabel(5), "Sat 21");
+  ASSERT_FALSE(bars.stacks(5).empty());
+  double stacked = 0;
+  for (const BucketsModel::Stack& stack : bars.stacks(5)) stacked += stack.seconds;
+  EXPECT_DOUBLE_EQ(stacked, 6600);
+  EXPECT_GE(bars.stacks(5).front().seconds, bars.stacks(5).back().seconds) << "most time first";
+  EXPECT_TRUE(bars.stacks(4).empty());
+  // The week before holds nothing: every outline is empty, and the tooltip says so.
+  ASSERT_TRUE(bars.previous(5));
+  EXPECT_EQ(*bars.previous(5), 0);
+  EXPECT_TRUE(bars.index(5).data(Qt::ToolTipRole).toString().startsWith("2026-11-21: 1h 50m\n"));
+  const auto [top, step] = window->overview().bars().scale();
+  EXPECT_EQ(top, 7200) << "the y-axis reaches past the busiest day in whole steps";
+  EXPECT_EQ(step, 1800);
 
   window->showPeriod(PeriodKind::year, velto::testing::at("2026-11-18T12:00:00Z"));
   EXPECT_TRUE(bars.months());
   EXPECT_EQ(bars.rowCount(), 12);
   EXPECT_EQ(bars.index(10).data(BucketsModel::SecondsRole).toDouble(), 6600);
+  EXPECT_EQ(bars.axisLabel(10), "Nov");
+}
+
+TEST_F(ReportModelsTest, BarsOutlineTheMatchingDayOfTheWeekBefore) {
+  // A past week (9 to 15 November) against the whole week before it.
+  add("code", "Code", "2026-11-07T08:00:00Z", "2026-11-07T09:30:00Z");  // the Saturday before
+  window->showPeriod(PeriodKind::week, at("2026-11-12T12:00:00Z"));
+  const BucketsModel& bars = window->bucketsModel();
+  ASSERT_TRUE(bars.previous(5));
+  EXPECT_EQ(*bars.previous(5), 5400);
+  EXPECT_EQ(bars.previous(4).value_or(-1), 0);
 }
 
 TEST_F(ReportModelsTest, ChartsAndTimelineDescribeThemselvesInWords) {
@@ -157,6 +194,36 @@ TEST_F(ReportModelsTest, TheTrendsTabComparesWithTheDayBefore) {
   EXPECT_EQ(moverChangeText(fresh, "en"), "+15m");
 }
 
+TEST_F(ReportModelsTest, APastDaysTimelineEndsWithItsLastStretchOnAnHourAxis) {
+  scripted.scheduler.advanceTo(at("2026-11-22T00:30:00Z"));  // 01:30 the next day in Berlin
+  window->showPeriod(PeriodKind::day, at("2026-11-21T09:00:00Z"));
+  TimelineStrip& timeline = window->timeline();
+  ASSERT_EQ(timeline.blocks().size(), 4u);
+  ASSERT_TRUE(timeline.axis());
+  // 08:00 to 09:50 local, rounded out to whole hours; not up to now.
+  EXPECT_EQ(timeline.axis()->start, at("2026-11-21T07:00:00Z"));
+  EXPECT_EQ(timeline.axis()->end, at("2026-11-21T09:00:00Z"));
+  timeline.resize(720, timeline.heightForWidth(720));
+  EXPECT_EQ(timeline.hourTicks(),
+            (std::vector<Instant>{at("2026-11-21T07:00:00Z"), at("2026-11-21T08:00:00Z"),
+                                  at("2026-11-21T09:00:00Z")}));
+
+  // The legend names the day's categories with their time, in the report's order and colours.
+  const std::vector<CategoryUsage>& categories = window->report().figures().byCategory;
+  ASSERT_EQ(timeline.legend().size(), categories.size());
+  for (size_t i = 0; i < categories.size(); ++i) {
+    EXPECT_EQ(timeline.legend()[i].name.toStdString(), categories[i].name);
+    EXPECT_EQ(timeline.legend()[i].seconds, categories[i].seconds);
+  }
+
+  // Today's timeline still reaches to now.
+  scripted.scheduler.advanceTo(at("2026-11-22T03:30:00Z"));
+  add("code", "Code", "2026-11-21T23:05:00Z", "2026-11-21T23:10:00Z");  // 00:05 local
+  window->showPeriod(PeriodKind::day, store().clock().now());
+  ASSERT_TRUE(timeline.axis());
+  EXPECT_EQ(timeline.axis()->end, at("2026-11-22T04:00:00Z")) << "04:30 local, rounded up";
+}
+
 TEST_F(ReportModelsTest, ReloadsWaitWhileHeldAndRunWhenReleased) {
   window->report().setHoldsReload(true);
   add("slack", "Slack", "2026-11-21T08:50:00Z", "2026-11-21T08:55:00Z");
@@ -165,23 +232,48 @@ TEST_F(ReportModelsTest, ReloadsWaitWhileHeldAndRunWhenReleased) {
   EXPECT_EQ(window->appsModel().rowCount(), 3);
 }
 
-TEST_F(ReportModelsTest, TheSummaryCardFollowsItsSetting) {
+TEST_F(ReportModelsTest, TheSummaryCardWritesOnlyWhenItsButtonIsPressed) {
   EXPECT_FALSE(window->overview().summaryVisible());
   int requests = 0;
-  window->setSummaryWriter([&](const UsageFigures& figures, std::function<void(std::string)> done) {
+  window->setSummaryWriter([&](const UsageFigures& figures, const AppDetailSource&,
+                               std::function<void(ReportWindow::SummaryAnswer)> done) {
     ++requests;
-    EXPECT_EQ(figures.totalSeconds, 6600);
-    done("A calm morning.");
+    EXPECT_GT(figures.totalSeconds, 0);
+    done({"A calm morning.", false, requests == 1 ? "" : "http://127.0.0.1:8080"});
   });
-  EXPECT_EQ(requests, 0);
   store().settings().setAiSummaryEnabled(true);
   EXPECT_TRUE(window->overview().summaryVisible());
-  EXPECT_EQ(window->overview().summaryText(), "A calm morning.");
+  QPushButton& button = window->overview().summaryButton();
+  EXPECT_EQ(button.text(), "Generate AI summary");
+  EXPECT_TRUE(button.isEnabled());
+  EXPECT_EQ(window->overview().summaryText(), "A written summary of this period appears here.");
+
+  // Four moves between periods ask nothing; each period starts without a text.
+  window->showPeriod(PeriodKind::week, store().clock().now());
+  window->showPeriod(PeriodKind::month, store().clock().now());
+  window->showPeriod(PeriodKind::year, store().clock().now());
+  window->showPeriod(PeriodKind::day, store().clock().now());
+  EXPECT_EQ(requests, 0);
+
+  button.click();
   EXPECT_EQ(requests, 1);
-  // The live minute does not ask again; another period does.
+  EXPECT_EQ(window->overview().summaryText(), "A calm morning.");
+  EXPECT_EQ(window->overview().summaryFootnote(),
+            "By Velto's built-in writer, from this report's figures. Written on this computer. "
+            "Nothing is sent anywhere.");
+  EXPECT_EQ(button.text(), "Regenerate AI summary");
+  // The live minute keeps the text and asks nothing.
   scripted.scheduler.advanceBy(60);
   EXPECT_EQ(requests, 1);
+  EXPECT_EQ(window->overview().summaryText(), "A calm morning.");
+  button.click();
+  EXPECT_EQ(requests, 2);
+  EXPECT_TRUE(window->overview().summaryFootnote().startsWith(
+      "By the language model at http://127.0.0.1:8080, from this report's figures."));
+
+  // Another period drops the text; off hides the card.
   window->showPeriod(PeriodKind::week, store().clock().now());
+  EXPECT_EQ(button.text(), "Generate AI summary");
   EXPECT_EQ(requests, 2);
   store().settings().setAiSummaryEnabled(false);
   EXPECT_FALSE(window->overview().summaryVisible());

@@ -85,6 +85,44 @@ TEST_F(SettingsModelsTest, MinutesAndAppearanceWriteThrough) {
   EXPECT_EQ(settings().theme(), "dark");
 }
 
+TEST_F(SettingsModelsTest, TheWrittenSummaryIsOfferedAndItsModelKeptOnThisComputer) {
+  GeneralSettings model = general();
+  EXPECT_FALSE(model.writtenSummary());
+  model.setWrittenSummary(true);
+  EXPECT_TRUE(settings().aiSummaryEnabled());
+
+  EXPECT_EQ(model.modelAddress(), "");
+  struct Case {
+    const char* typed;
+    const char* stored;  // nullptr: refused, the address before unchanged
+    const char* message;
+  };
+  const Case cases[] = {
+      {"  http://127.0.0.1:8080/v1/chat/completions ", "http://127.0.0.1:8080/v1/chat/completions",
+       ""},
+      {"http://[::1]:11434", "http://[::1]:11434", ""},
+      {"https://api.example.com/v1", nullptr,
+       "The model address https://api.example.com/v1 is not a valid http:// address."},
+      {"http://192.0.2.7:8080", nullptr,
+       "The model address http://192.0.2.7:8080 is not on this computer. Only loopback "
+       "addresses (localhost, 127.0.0.0/8, ::1) are allowed, so nothing was sent."},
+      {"localhost:8080", "localhost:8080", ""},
+      {"   ", "", ""},
+  };
+  std::string before;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.typed);
+    const Status set = model.setModelAddress(c.typed);
+    EXPECT_EQ(set.ok(), c.stored != nullptr);
+    if (!set) {
+      EXPECT_EQ(set.error(), c.message);
+    }
+    before = c.stored ? c.stored : before;
+    EXPECT_EQ(model.modelAddress(), before);
+  }
+  EXPECT_FALSE(settings().aiModelEndpoint()) << "emptied: the built-in writer";
+}
+
 TEST_F(SettingsModelsTest, LaunchAtLoginWritesTheAutostartEntryOrEnablesTheUnit) {
   using platform::AutostartFile;
   GeneralSettings model = general();
@@ -171,6 +209,27 @@ TEST_F(SettingsModelsTest, LimitSheetOffersEverythingCategoriesAndRecordedApps) 
                                   UsageLimit::Span::day, 7200);
   EXPECT_EQ(limitLine(*scripted.services, scripted.services->limits().limits().front()),
             "0s of 2h today");
+
+  // Today's apps come before those of earlier days, however long those ran; groups stay together.
+  const ActivityContext chat{"slack", "Slack", {}, {}, {}, {}};
+  ASSERT_TRUE(scripted.services->store().insert({chat, at("2026-11-21T08:00:00Z"),
+                                                 at("2026-11-21T08:05:00Z"),
+                                                 SegmentEndReason::focusChange}));
+  const std::vector<LimitCandidate> ordered = limitCandidates(*scripted.services);
+  std::vector<std::string> apps;
+  std::vector<UsageLimit::Subject::Kind> kinds;
+  for (const LimitCandidate& candidate : ordered) {
+    if (kinds.empty() || kinds.back() != candidate.subject.kind) {
+      kinds.push_back(candidate.subject.kind);
+    }
+    if (candidate.subject.kind == UsageLimit::Subject::Kind::app) {
+      apps.push_back(candidate.subject.value);
+    }
+  }
+  EXPECT_EQ(apps, (std::vector<std::string>{"slack", "code"}));
+  EXPECT_EQ(kinds, (std::vector<UsageLimit::Subject::Kind>{UsageLimit::Subject::Kind::total,
+                                                           UsageLimit::Subject::Kind::category,
+                                                           UsageLimit::Subject::Kind::app}));
 }
 
 TEST_F(SettingsModelsTest, WindowOpensEveryPaneByName) {

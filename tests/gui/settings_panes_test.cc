@@ -3,12 +3,16 @@
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDialog>
+#include <QDialogButtonBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QTimer>
 #include <cstdlib>
 #include <fstream>
 #include <memory>
@@ -60,6 +64,97 @@ TEST_F(SettingsPanesTest, NotificationSwitchesAndHours) {
   EXPECT_EQ(settings.dailySummaryHour(), 21);
   hours[1]->setValue(7);
   EXPECT_EQ(settings.digestHour(), 7);
+}
+
+TEST_F(SettingsPanesTest, TheWrittenSummarySwitchAndTheModelAddressField) {
+  PaneContext ctx = context();
+  std::unique_ptr<QWidget> pane(makeGeneralPane(ctx));
+  Settings& settings = scripted.services->settings();
+  QLineEdit* address = child<QLineEdit>(pane.get(), "Built-in writer");
+  ASSERT_NE(address, nullptr);
+  EXPECT_FALSE(address->isEnabled()) << "no address while the summary is not offered";
+  QCheckBox* offer = child<QCheckBox>(pane.get(), "Offer a written summary");
+  ASSERT_NE(offer, nullptr);
+  offer->setChecked(true);
+  EXPECT_TRUE(settings.aiSummaryEnabled());
+  EXPECT_TRUE(address->isEnabled());
+
+  auto* problem = pane->findChild<QLabel*>("modelAddressProblem");
+  ASSERT_NE(problem, nullptr);
+  address->setText("http://10.0.0.2:8080");
+  Q_EMIT address->editingFinished();
+  EXPECT_FALSE(settings.aiModelEndpoint()) << "refused, not stored";
+  EXPECT_TRUE(
+      problem->text().startsWith("The model address http://10.0.0.2:8080 is not on this "
+                                 "computer."))
+      << problem->text().toStdString();
+  EXPECT_FALSE(problem->isHidden());
+  address->setText("http://127.0.0.1:8080");
+  Q_EMIT address->editingFinished();
+  EXPECT_EQ(settings.aiModelEndpoint(), "http://127.0.0.1:8080");
+  EXPECT_TRUE(problem->isHidden());
+}
+
+TEST_F(SettingsPanesTest, TheAddLimitSheetGroupsSubjectsAndTakesAMinute) {
+  const ActivityContext code{"code", "Code", {}, {}, {}, {}};
+  ASSERT_TRUE(scripted.services->store().insert({code, velto::testing::at("2026-11-21T08:00:00Z"),
+                                                 velto::testing::at("2026-11-21T08:30:00Z"),
+                                                 SegmentEndReason::focusChange}));
+  PaneContext ctx = context();
+  std::unique_ptr<QWidget> pane(makeLimitsPane(ctx));
+  QStringList offered;
+  bool okAtZero = true;
+  QTimer::singleShot(0, [&] {
+    auto* sheet = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+    if (sheet == nullptr) {
+      ADD_FAILURE() << "no sheet";
+      return;
+    }
+    EXPECT_GE(sheet->minimumWidth(), sheet->fontMetrics().horizontalAdvance(sheet->windowTitle()));
+    auto* subject = sheet->findChild<QComboBox*>();
+    const QList<QSpinBox*> amount = sheet->findChildren<QSpinBox*>();
+    if (subject == nullptr || amount.size() != 2) {
+      sheet->reject();
+      ADD_FAILURE() << "no subject or amount";
+      return;
+    }
+    for (int i = 0; i < subject->count(); ++i) offered << subject->itemText(i);
+    amount[0]->setValue(0);
+    amount[1]->setValue(0);
+    okAtZero = sheet->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->isEnabled();
+    amount[1]->setValue(1);
+    subject->setCurrentIndex(subject->findText("    Code"));
+    sheet->accept();
+  });
+  child<QPushButton>(pane.get(), "Add Limit or Goal…")->click();
+
+  ASSERT_FALSE(offered.isEmpty());
+  EXPECT_EQ(offered.front(), "Everything");
+  const auto at = [&](const QString& text) { return offered.indexOf(text); };
+  EXPECT_LT(at("Categories"), at("    Coding"));
+  EXPECT_LT(at("    Coding"), at("Apps"));
+  EXPECT_LT(at("Apps"), at("    Code"));
+  EXPECT_FALSE(okAtZero) << "no limit of nothing";
+  const std::vector<UsageLimit>& limits = scripted.services->limits().limits();
+  ASSERT_EQ(limits.size(), 1u);
+  EXPECT_EQ(limits[0].subject.value, "code");
+  EXPECT_EQ(limits[0].secondsPerDay, 60);
+}
+
+TEST_F(SettingsPanesTest, NotificationChoicesSpeakTheCatalogsWords) {
+  PaneContext ctx = context();
+  std::unique_ptr<QWidget> pane(makeNotificationsPane(ctx));
+  auto* warn = pane->findChild<QComboBox*>();
+  ASSERT_NE(warn, nullptr);
+  QStringList choices;
+  for (int i = 0; i < warn->count(); ++i) choices << warn->itemText(i);
+  EXPECT_EQ(choices, (QStringList{"Never", "At 75%", "At 80%", "At 90%"}));
+  QStringList lines;
+  for (QLabel* label : pane->findChildren<QLabel*>()) lines << label->text();
+  EXPECT_TRUE(lines.contains("What moved since last week, in one line."));
+  EXPECT_TRUE(
+      lines.contains("Your day in one line: how much, mostly what, against a usual day, "
+                     "and your goals. Skipped on days under 30 minutes."));
 }
 
 TEST_F(SettingsPanesTest, ExclusionsTakeTypedSitesAndThePrivateWindowSwitch) {

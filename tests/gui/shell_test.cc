@@ -117,6 +117,8 @@ TEST(LaunchOptionsTest, HiddenSwitchesOpenWindows) {
     Open open;
     std::string pane;
     std::string unknown;
+    std::string period = {};
+    std::string tab = {};
   };
   const Case cases[] = {
       {{}, Open::nothing, "", ""},
@@ -129,13 +131,18 @@ TEST(LaunchOptionsTest, HiddenSwitchesOpenWindows) {
       {{"--open=tray-menu"}, Open::trayMenu, "", ""},
       {{"--open=nowhere"}, Open::nothing, "", "--open=nowhere"},
       {{"--verbose", "--open=report"}, Open::report, "", "--verbose"},
+      {{"--open=report:yesterday:timeline"}, Open::report, "", "", "yesterday", "timeline"},
+      {{"--open=report:year"}, Open::report, "", "", "year", ""},
   };
   for (const Case& c : cases) {
     const LaunchOptions options = parseLaunchOptions(c.args);
     EXPECT_EQ(options.open, c.open) << ::testing::PrintToString(c.args);
     EXPECT_EQ(options.pane, c.pane);
     EXPECT_EQ(options.unknown, c.unknown);
+    EXPECT_EQ(options.period, c.period);
+    EXPECT_EQ(options.tab, c.tab);
   }
+  EXPECT_TRUE(parseLaunchOptions({"--open=report", "--write-summary"}).writeSummary);
 }
 
 }  // namespace

@@ -69,6 +69,37 @@ TEST_F(TrayTest, ChipFollowsTheDisplayModeAndTheBudget) {
   EXPECT_EQ(tray.chip().value().text, "Code") << "a settings change refreshes at once";
 }
 
+TEST_F(TrayTest, ALimitsChipShowsTheTimeLeftAndTheTooltipNamesTheLimit) {
+  scripted.services->limits().set(UsageLimit::Subject::app("code", "Code"), UsageLimit::Kind::limit,
+                                  UsageLimit::Span::day, 3600);
+  scripted.services->settings().setMenuBarDisplay("limit");
+  PauseActions pause(*scripted.services);
+  TrayController tray(*scripted.services, pause, {});
+  scripted.scheduler.advanceBy(45 * 60);
+  tray.refresh();
+  ASSERT_TRUE(tray.chip());
+  EXPECT_EQ(tray.chip()->text, "45m / 1h");
+  EXPECT_EQ(tray.chip()->left, "15m");
+  ASSERT_TRUE(tray.chip()->used);
+  EXPECT_DOUBLE_EQ(*tray.chip()->used, 0.75);
+  const TrayMenuState state = trayMenuState(*scripted.services);
+  EXPECT_EQ(state.limitText, "Limit on Code: 45m of 1h today");
+  EXPECT_EQ(trayTooltip(tray.chip(), state),
+            "Velto - 45m / 1h\nLimit on Code: 45m of 1h today\nToday: 45m\nNow: Code");
+
+  // Drawn at the sizes panels use, the picture holds the time left, not the cut-off text:
+  // the bar under it is filled three quarters of the way.
+  for (int side : {22, 24, 32}) {
+    SCOPED_TRACE(side);
+    const QImage picture = chipImage(tray.chip(), false, side);
+    const ChipColors colors = chipColors(tray.chip()->tone, false);
+    // The middle row of the bar along the bottom edge.
+    const int barRow = static_cast<int>(side - side * 0.08 - std::max(2.0, side / 9.0) / 2);
+    EXPECT_EQ(picture.pixelColor(side / 2, barRow).rgb(), colors.text.rgb());
+    EXPECT_NE(picture.pixelColor(side * 7 / 8, barRow).rgb(), colors.text.rgb());
+  }
+}
+
 TEST_F(TrayTest, ShowsTheServiceSetsChipAndLetsGoOfItWhenGone) {
   PauseActions pause(*scripted.services);
   {

@@ -6,7 +6,9 @@
 
 #include <csignal>
 #include <fstream>
+#include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
 
 #include "base/iso8601.h"
@@ -77,6 +79,62 @@ TEST_F(UsageExportTest, WritesJsonWithSortedKeysAndGroupsDailyApps) {
   EXPECT_EQ(json[0]["seconds"], 3600 + 600);
   EXPECT_EQ(json[1]["bundle_id"], "slack");
   EXPECT_EQ(json[2]["date"], "2026-11-21");
+}
+
+// A browser's day is filed site by site, as the report files it: the category sums of the export
+// agree with the report's for the same stretch, whichever way the rows were categorised.
+TEST_F(UsageExportTest, DailyAppsSplitsABrowsersDayByCategoryAsTheReportDoes) {
+  const auto rule = [](std::string subject, std::string pattern, std::string category) {
+    return CategoryRule{Uuid::random(), std::move(pattern), std::move(subject), std::move(category),
+                        at("2026-01-01T00:00:00Z")};
+  };
+  const std::vector<CategoryRule> rules = {
+      rule("host", "github.com", "coding"), rule("host", "youtube.com", "entertainment"),
+      rule("keyword", "standup", "communication"), rule("app", "code", "coding")};
+  resolver = CategoryResolver(rules, {}, nullptr);
+  const auto row = [&](const char* bundleId, const char* from, const char* to,
+                       std::optional<std::string> title, std::optional<std::string> host) {
+    Segment segment = testing::storedRow(bundleId, from, to, std::move(title), std::move(host));
+    segment.appName = bundleId;
+    segment.dayKey = calendar.dayKey(segment.startedAt);
+    return segment;
+  };
+  const std::vector<Segment> rows = {
+      row("firefox", "2026-11-20T08:00:00Z", "2026-11-20T09:00:00Z", "PR", "github.com"),
+      row("firefox", "2026-11-20T09:00:00Z", "2026-11-20T09:30:00Z", "Video", "youtube.com"),
+      row("firefox", "2026-11-20T09:30:00Z", "2026-11-20T09:40:00Z", "Daily standup", "meet.io"),
+      row("firefox", "2026-11-20T09:40:00Z", "2026-11-20T09:45:00Z", std::nullopt, std::nullopt),
+      row("code", "2026-11-20T10:00:00Z", "2026-11-20T11:00:00Z", std::nullopt, std::nullopt),
+      row("firefox", "2026-11-21T08:00:00Z", "2026-11-21T08:20:00Z", "PR", "github.com")};
+  ASSERT_TRUE(store->insertRows(rows));
+
+  const nlohmann::json records =
+      nlohmann::json::parse(exported(ExportDetail::dailyApps, ExportFormat::json));
+  std::map<std::string, double> exportedSums;
+  for (const nlohmann::json& record : records) {
+    exportedSums[record["category"].get<std::string>()] += record["seconds"].get<double>();
+  }
+  std::map<std::string, double> reportSums;
+  for (const CategoryUsage& category :
+       UsageRollup::byCategory(UsageRollup::contexts(rows), resolver, directory)) {
+    reportSums[category.id] = category.seconds;
+  }
+  EXPECT_EQ(exportedSums, reportSums);
+  EXPECT_EQ(exportedSums["coding"], 3600 + 3600 + 1200);
+  EXPECT_EQ(exportedSums["entertainment"], 1800);
+  EXPECT_EQ(exportedSums["communication"], 600) << "a keyword rule reads the title";
+  EXPECT_EQ(exportedSums["other"], 300);
+
+  // The day's browser records: one per category, the columns as before.
+  ASSERT_EQ(records.size(), 6u);
+  EXPECT_EQ(records[0]["date"], "2026-11-20");
+  EXPECT_EQ(records[0]["app"], "code");
+  EXPECT_EQ(records[1]["bundle_id"], "firefox");
+  EXPECT_EQ(records[1]["category"], "coding");
+  EXPECT_EQ(records[1]["category_name"], "Coding");
+  EXPECT_EQ(records[1]["seconds"], 3600);
+  EXPECT_EQ(records[5]["date"], "2026-11-21");
+  EXPECT_EQ(records[5]["seconds"], 1200);
 }
 
 TEST_F(UsageExportTest, ImportsItsOwnJsonOnceAndRefusesBrokenFiles) {

@@ -58,6 +58,32 @@ TEST(UsageRollupTest, TimelineSpanIsAtLeastAnHour) {
   EXPECT_FALSE(UsageRollup::timelineSpan({}, at("2026-11-20T12:00:00Z")));
 }
 
+TEST(UsageRollupTest, AFinishedDaysSpanEndsWithItsLastRow) {
+  const std::vector<Segment> rows = {
+      storedRow("code", "2026-11-20T08:00:00Z", "2026-11-20T12:00:00Z"),
+      storedRow("slack", "2026-11-20T16:00:00Z", "2026-11-20T17:30:00Z"),
+      storedRow("code", "2026-11-20T12:30:00Z", "2026-11-20T13:00:00Z")};
+  const auto span = UsageRollup::timelineSpan(rows, std::nullopt);
+  ASSERT_TRUE(span);
+  EXPECT_EQ(span->start, at("2026-11-20T08:00:00Z"));
+  EXPECT_EQ(span->end, at("2026-11-20T17:30:00Z"));
+}
+
+TEST(UsageRollupTest, MeaninglessTitlesNeverLabelABlock) {
+  const std::vector<Segment> rows = {
+      storedRow("org.gnome.TextEditor", "2026-11-20T08:00:00Z", "2026-11-20T08:10:00Z",
+                "Untitled 3"),
+      storedRow("org.gnome.TextEditor", "2026-11-20T08:10:00Z", "2026-11-20T08:20:00Z", "800×600"),
+      storedRow("firefox", "2026-11-20T08:20:00Z", "2026-11-20T08:30:00Z", "New Tab"),
+      storedRow("some.app", "2026-11-20T08:30:00Z", "2026-11-20T08:40:00Z", "Quarterly plan")};
+  const std::vector<TimelineBlock> blocks = UsageRollup::blocks(rows);
+  ASSERT_EQ(blocks.size(), 3u) << "the editor's two nameless windows are one stretch";
+  EXPECT_EQ(blocks[0].label, "");
+  EXPECT_EQ(blocks[0].endedAt, at("2026-11-20T08:20:00Z"));
+  EXPECT_EQ(blocks[1].label, "");
+  EXPECT_EQ(blocks[2].label, "Quarterly plan");
+}
+
 TEST(UsageRollupTest, DetailRowsHideScatteredWindowTitles) {
   // A browser's sites are shown even when there is only one.
   std::vector<Segment> browser = {
@@ -128,9 +154,9 @@ TEST(UsageRollupTest, ShapeCountsSwitchesSpanAndTheEarlierOfEqualStretches) {
 TEST(UsageRollupTest, DaySummariesJoinAStretchAcrossMidnight) {
   const std::vector<Segment> rows = {
       storedRow("a", "2026-11-20T22:00:00Z", "2026-11-20T23:00:00Z"),
-      storedRow("b", "2026-11-20T23:00:00Z", "2026-11-20T23:59:30Z", "x"),
-      storedRow("b", "2026-11-21T00:00:00Z", "2026-11-21T01:30:00Z", "x"),
-      storedRow("b", "2026-11-21T01:30:00Z", "2026-11-21T01:40:00Z", "y"),
+      storedRow("b", "2026-11-20T23:00:00Z", "2026-11-20T23:59:30Z", "main.cc"),
+      storedRow("b", "2026-11-21T00:00:00Z", "2026-11-21T01:30:00Z", "main.cc"),
+      storedRow("b", "2026-11-21T01:30:00Z", "2026-11-21T01:40:00Z", "notes.md"),
       storedRow("a", "2026-11-21T01:40:00Z", "2026-11-21T02:00:00Z")};
   const std::vector<DaySummary> days = summarizeDays(rows, utc());
   ASSERT_EQ(days.size(), 2u);

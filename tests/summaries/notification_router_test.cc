@@ -8,7 +8,9 @@ namespace {
 TEST(NotificationRouterTest, RoutesByWholeCategoryOnTheDefaultActionOnly) {
   NotificationRouter router;
   std::string opened;
-  router.onOpenWeek = [&] { opened = "week"; };
+  router.onOpenWeek = [&](std::optional<Instant> about) {
+    opened = about ? "week of " + std::to_string(about->time_since_epoch().count()) : "week";
+  };
   router.onOpenToday = [&] { opened = "today"; };
   router.onOpenTodayOverview = [&] { opened = "overview"; };
   const std::tuple<const char*, bool, const char*> table[] = {
@@ -26,6 +28,9 @@ TEST(NotificationRouterTest, RoutesByWholeCategoryOnTheDefaultActionOnly) {
     EXPECT_EQ(router.handleResponse(category, isDefault), std::string(expected) != "") << category;
     EXPECT_EQ(opened, expected) << category;
   }
+  // The moment the notification tells about reaches the week's screen.
+  EXPECT_TRUE(router.handleResponse("velto.digest", true, Instant(Microseconds(42))));
+  EXPECT_EQ(opened, "week of 42");
   NotificationRouter unset;
   EXPECT_FALSE(unset.handleResponse("velto.daily", true));
 }

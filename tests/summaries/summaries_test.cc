@@ -7,6 +7,7 @@
 #include "settings/settings_keys.h"
 #include "summaries/daily_summary.h"
 #include "summaries/locale_text.h"
+#include "summaries/notification_router.h"
 #include "summaries/weekly_digest.h"
 #include "test_support/log_capture.h"
 #include "test_support/temp_dir.h"
@@ -311,6 +312,14 @@ TEST_F(DigestTest, SchedulingTheFortyEightHourRuleAndTitleRotation) {
   EXPECT_EQ(center.posted[0].identifier, "velto.digest.weekly");
   EXPECT_EQ(settings.digestDeliveredWeek(), "2026-11-16");
   EXPECT_EQ(settings.digestVariant(), 1);
+  // A click opens the week the digest tells about, not the week it arrives in.
+  std::optional<Instant> opened;
+  NotificationRouter router;
+  router.onOpenWeek = [&](std::optional<Instant> about) { opened = about; };
+  ASSERT_TRUE(
+      router.handleResponse(center.posted[0].categoryIdentifier, true, center.posted[0].about));
+  ASSERT_TRUE(opened);
+  EXPECT_EQ(calendar.dayKey(calendar.weekInterval(*opened).start), "2026-11-16");
   digest.fire();
   EXPECT_EQ(center.posted.size(), 1u);
 

@@ -407,14 +407,25 @@ TEST(WrittenSummaryTest, TheSettingChoosesTheModel) {
   NoticeBus notices;
   Settings settings(dir / "settings.json", notices);
   ManualScheduler scheduler(testing::at("2026-11-20T12:00:00Z"));
-  EXPECT_NE(dynamic_cast<FactWriter*>(languageModelFor(settings, scheduler).get()), nullptr);
+  const auto model = [&] {
+    Result<std::unique_ptr<LanguageModel>> chosen = languageModelFor(settings, scheduler, "en");
+    return chosen ? std::move(chosen).value() : nullptr;
+  };
+  EXPECT_NE(dynamic_cast<FactWriter*>(model().get()), nullptr);
   settings.setAiModelEndpoint("   ");
   EXPECT_FALSE(settings.aiModelEndpoint());
-  EXPECT_NE(dynamic_cast<FactWriter*>(languageModelFor(settings, scheduler).get()), nullptr);
+  EXPECT_NE(dynamic_cast<FactWriter*>(model().get()), nullptr);
   settings.setAiModelEndpoint("http://127.0.0.1:8080");
   EXPECT_EQ(settings.aiModelEndpoint(), "http://127.0.0.1:8080");
-  EXPECT_NE(dynamic_cast<EndpointLanguageModel*>(languageModelFor(settings, scheduler).get()),
-            nullptr);
+  EXPECT_NE(dynamic_cast<EndpointLanguageModel*>(model().get()), nullptr);
+  // An address off this computer gets no model at all: the refusal is the answer.
+  settings.setAiModelEndpoint("http://example.com:8080");
+  const Result<std::unique_ptr<LanguageModel>> refused =
+      languageModelFor(settings, scheduler, "en");
+  ASSERT_FALSE(refused);
+  EXPECT_EQ(refused.error(),
+            "The model address http://example.com:8080 is not on this computer. Only loopback "
+            "addresses (localhost, 127.0.0.0/8, ::1) are allowed, so nothing was sent.");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "base/files.h"
 #include "base/manual_scheduler.h"
 #include "base/notices.h"
+#include "context/meaningless_title.h"
 #include "surfaces/menu_bar_model.h"
 #include "surfaces/widget_snapshot.h"
 #include "test_support/log_capture.h"
@@ -64,19 +65,28 @@ TEST(MenuBarTitleTest, ModesAndTones) {
   noBudget.input.dayBudgetSeconds.reset();
   cases.push_back(noBudget);
   Case limitOver{"a limit at exactly its amount", input(MenuBarDisplay::limit),
-                 MenuBarChip{"1h / 1h", Tone::over}};
+                 MenuBarChip{"1h / 1h", Tone::over, 1.0, "0s"}};
   limitOver.input.progress = {limitAt(600, 3600), limitAt(3600, 3600),
                               limitAt(9000, 1000, UsageLimit::Kind::goal)};
   cases.push_back(limitOver);
   Case limitCalm{"99 % with the warning off", input(MenuBarDisplay::limit),
-                 MenuBarChip{"59m / 1h", Tone::calm}};
+                 MenuBarChip{"59m / 1h", Tone::calm, 0.99, "1m"}};
   limitCalm.input.progress = {limitAt(3564, 3600)};
   limitCalm.input.warnRatio.reset();
   cases.push_back(limitCalm);
   Case limitNear{"at the warn ratio", input(MenuBarDisplay::limit),
-                 MenuBarChip{"48m / 1h", Tone::near}};
+                 MenuBarChip{"48m / 1h", Tone::near, 0.8, "12m"}};
   limitNear.input.progress = {limitAt(2880, 3600)};
   cases.push_back(limitNear);
+  // What a small picture shows instead of the whole text: the time left, or past the limit.
+  Case limitHours{"hours left", input(MenuBarDisplay::limit),
+                  MenuBarChip{"10m / 1h 30m", Tone::calm, 600.0 / 5400, "1h"}};
+  limitHours.input.progress = {limitAt(600, 5400)};
+  cases.push_back(limitHours);
+  Case limitPast{"past the limit", input(MenuBarDisplay::limit),
+                 MenuBarChip{"1h 10m / 1h", Tone::over, 4200.0 / 3600, "+10m"}};
+  limitPast.input.progress = {limitAt(4200, 3600)};
+  cases.push_back(limitPast);
   for (const Case& c : cases) EXPECT_EQ(MenuBarTitle::chip(c.input), c.expected) << c.what;
 
   for (const char* unknown : {"", "Off", "today", "menu"}) {

@@ -104,6 +104,7 @@ class PrintingNotifications final : public AppNotificationCentering {
                  {"title", request.title},
                  {"body", request.body},
                  {"route", routeOf(request.categoryIdentifier)}};
+    if (request.about) line["about"] = calendar_.dayKey(*request.about);
     output_ << line.dump() << '\n';
     done(Status());
   }
@@ -125,7 +126,7 @@ class PrintingNotifications final : public AppNotificationCentering {
     NotificationRouter router;
     router.onOpenToday = [&] { route = "today"; };
     router.onOpenTodayOverview = [&] { route = "todayOverview"; };
-    router.onOpenWeek = [&] { route = "week"; };
+    router.onOpenWeek = [&](std::optional<Instant>) { route = "week"; };
     router.handleResponse(category, true);
     return route.empty() ? json(nullptr) : json(route);
   }

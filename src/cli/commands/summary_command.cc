@@ -34,7 +34,13 @@ int runSummary(const Invocation& invocation) {
   const std::optional<UsageFigures> figures = figuresForOptions(session, *options, status);
   if (!figures) return status;
   const bool json = options->has("--json");
-  const std::vector<std::string> facts = factLines(summaryFacts(*figures), language);
+  // Settled days keep totals per site: an application's details are read from the store.
+  UsageSource source(session.store, session.calendar);
+  const AppDetailSource details = [&](const std::string& bundleId) {
+    Result<std::vector<DetailUsage>> rows = appDetailRows(source, *figures, bundleId);
+    return rows ? std::move(rows).value() : std::vector<DetailUsage>{};
+  };
+  const std::vector<std::string> facts = factLines(summaryFacts(*figures, details), language);
   if (options->has("--facts")) {
     if (json) {
       print(nlohmann::json{{"facts", facts}}.dump(2));
@@ -46,12 +52,17 @@ int runSummary(const Invocation& invocation) {
 
   platform::EventLoop loop;
   platform::EventScheduler scheduler(loop);
-  std::unique_ptr<LanguageModel> model = languageModelFor(session.settings, scheduler);
-  WrittenSummary summary(*model);
+  Result<std::unique_ptr<LanguageModel>> model =
+      languageModelFor(session.settings, scheduler, language);
+  if (!model) {
+    complain(model.error());
+    return 1;
+  }
+  WrittenSummary summary(**model);
   summary.onChange = [&] {
     if (!summary.working()) loop.exit();
   };
-  summary.generate(*figures, language);
+  summary.generate(*figures, language, details);
   if (summary.working()) loop.run();
 
   if (summary.failure()) {

@@ -7,6 +7,7 @@
 
 #include <QWidget>
 #include <string>
+#include <utility>
 
 #include "reports/usage_rollup.h"
 
@@ -34,17 +35,24 @@ class FocusSplitBar : public QWidget {
 
 // The owner gives the bars and the heatmap their accessible names; the descriptions follow the
 // model.
+// Bars stacked by category colour over a y-axis in hours with gridlines, a day's or month's
+// name under each, the matching day or month of the period compared with as a faint outline, and
+// the values in a tooltip.
 class BarsView : public QWidget {
   Q_OBJECT
  public:
   BarsView(BucketsModel& model, QWidget* parent = nullptr);
-  QSize sizeHint() const override { return {560, 160}; }
+  QSize sizeHint() const override { return {560, 200}; }
+  // The top of the y-axis and its step, in seconds, for the bars shown.
+  std::pair<double, double> scale() const;
 
  protected:
   void paintEvent(QPaintEvent* event) override;
   bool event(QEvent* event) override;
 
  private:
+  QRect plotArea() const;
+  QRectF barRect(int index, double seconds) const;
   int barAt(QPoint at) const;
   BucketsModel& model_;
 };

@@ -18,10 +18,12 @@ QString hourRange(int hour) {
 HeatmapModel::HeatmapModel(std::string language, QObject* parent)
     : QAbstractTableModel(parent), language_(std::move(language)) {}
 
-void HeatmapModel::setGrid(const Grid& secondsByWeekday, Weekday firstWeekday) {
+void HeatmapModel::setGrid(const Grid& secondsByWeekday, Weekday firstWeekday,
+                           std::optional<Weekday> onlyDay) {
   beginResetModel();
   grid_ = secondsByWeekday;
   firstWeekday_ = firstWeekday;
+  onlyDay_ = onlyDay;
   max_ = 0;
   for (const auto& day : grid_) {
     for (double seconds : day) max_ = std::max(max_, seconds);
@@ -30,6 +32,7 @@ void HeatmapModel::setGrid(const Grid& secondsByWeekday, Weekday firstWeekday) {
 }
 
 Weekday HeatmapModel::weekdayOfRow(int row) const {
+  if (onlyDay_) return *onlyDay_;
   return (firstWeekday_ - 1 + row) % 7 + 1;
 }
 
@@ -39,7 +42,7 @@ double HeatmapModel::seconds(int row, int hour) const {
 
 QString HeatmapModel::description() const {
   if (max_ <= 0) return uiText(language_, "main.heatmap.empty");
-  for (int row = 0; row < 7; ++row) {
+  for (int row = 0; row < rowCount(); ++row) {
     for (int hour = 0; hour < 24; ++hour) {
       if (seconds(row, hour) < max_) continue;
       return uiText(language_, "main.heatmap.description %@ %@ %@",
@@ -51,7 +54,7 @@ QString HeatmapModel::description() const {
 }
 
 int HeatmapModel::rowCount(const QModelIndex& parent) const {
-  return parent.isValid() ? 0 : 7;
+  return parent.isValid() ? 0 : (onlyDay_ ? 1 : 7);
 }
 
 int HeatmapModel::columnCount(const QModelIndex& parent) const {

@@ -1,10 +1,12 @@
 // Hour × weekday heatmap of a period: seven rows of weekdays starting at the calendar's first
-// weekday, 24 columns of local clock hours, each cell the seconds recorded there.
+// weekday (one row, that day's, for a single day), 24 columns of local clock hours, each cell the
+// seconds recorded there.
 // Thread: main thread.
 #pragma once
 
 #include <QAbstractTableModel>
 #include <array>
+#include <optional>
 #include <string>
 
 #include "base/calendar.h"
@@ -19,7 +21,9 @@ class HeatmapModel : public QAbstractTableModel {
 
   HeatmapModel(std::string language, QObject* parent = nullptr);
 
-  void setGrid(const Grid& secondsByWeekday, Weekday firstWeekday);
+  // `onlyDay`: the weekday of a single day shown; its row is the only one.
+  void setGrid(const Grid& secondsByWeekday, Weekday firstWeekday,
+               std::optional<Weekday> onlyDay = std::nullopt);
   // The weekday (1 = Sunday) shown in `row`.
   Weekday weekdayOfRow(int row) const;
   double seconds(int row, int hour) const;
@@ -37,6 +41,7 @@ class HeatmapModel : public QAbstractTableModel {
   std::string language_;
   Grid grid_{};
   Weekday firstWeekday_ = 2;
+  std::optional<Weekday> onlyDay_;
   double max_ = 0;
 };
 

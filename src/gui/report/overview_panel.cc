@@ -1,7 +1,9 @@
 #include "gui/report/overview_panel.h"
 
 #include <QFrame>
+#include <QHBoxLayout>
 #include <QLabel>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 #include "gui/report/buckets_model.h"
@@ -53,23 +55,34 @@ OverviewPanel::OverviewPanel(std::string language, BucketsModel& buckets, QWidge
   layout->addSpacing(8);
   bars_ = new BarsView(buckets, this);
   bars_->setAccessibleName(uiText(language_, "main.bars.accessibleName"));
-  bars_->setMinimumHeight(120);
-  bars_->setMaximumHeight(240);
-  layout->addWidget(bars_);
+  bars_->setMinimumHeight(180);
+  bars_->setMaximumHeight(420);
+  layout->addWidget(bars_, 3);
 
   summaryCard_ = new QFrame(this);
   summaryCard_->setFrameShape(QFrame::StyledPanel);
   summaryCard_->setAccessibleName(uiText(language_, "main.summary.title"));
   auto* card = new QVBoxLayout(summaryCard_);
+  auto* heading = new QHBoxLayout;
   auto* cardTitle = new QLabel(uiText(language_, "main.summary.title"), summaryCard_);
   cardTitle->setStyleSheet(QStringLiteral("font-weight: bold"));
-  card->addWidget(cardTitle);
+  heading->addWidget(cardTitle, 1);
+  summaryButton_ = new QPushButton(summaryCard_);
+  connect(summaryButton_, &QPushButton::clicked, this, &OverviewPanel::summaryRequested);
+  heading->addWidget(summaryButton_);
+  card->addLayout(heading);
   summary_ = sentence(summaryCard_);
   card->addWidget(summary_);
+  summaryFootnote_ = sentence(summaryCard_);
+  summaryFootnote_->setForegroundRole(QPalette::PlaceholderText);
+  QFont small = summaryFootnote_->font();
+  small.setPointSizeF(small.pointSizeF() * 0.9);
+  summaryFootnote_->setFont(small);
+  card->addWidget(summaryFootnote_);
   layout->addWidget(summaryCard_);
-  setSummaryText({});
+  showSummaryPlaceholder(false);
   summaryCard_->setVisible(false);
-  layout->addStretch();
+  layout->addStretch(1);
 }
 
 void OverviewPanel::setFigures(const UsageFigures& f) {
@@ -91,8 +104,31 @@ void OverviewPanel::setSummaryVisible(bool visible) {
   summaryCard_->setVisible(visible);
 }
 
-void OverviewPanel::setSummaryText(const QString& text) {
-  summary_->setText(text.isEmpty() ? uiText(language_, "main.summary.placeholder") : text);
+void OverviewPanel::showSummaryPlaceholder(bool canGenerate) {
+  summary_->setText(uiText(language_, "main.summary.placeholder"));
+  summaryFootnote_->clear();
+  summaryFootnote_->hide();
+  summaryButton_->setText(uiText(language_, "main.summary.generate"));
+  summaryButton_->setEnabled(canGenerate);
+}
+
+void OverviewPanel::showSummaryWorking() {
+  summary_->setText(uiText(language_, "main.summary.working"));
+  summaryFootnote_->clear();
+  summaryFootnote_->hide();
+  summaryButton_->setEnabled(false);
+}
+
+void OverviewPanel::showSummary(const QString& text, const QString& footnote) {
+  summary_->setText(text);
+  summaryFootnote_->setText(footnote);
+  summaryFootnote_->setVisible(!footnote.isEmpty());
+  summaryButton_->setText(uiText(language_, "main.summary.regenerate"));
+  summaryButton_->setEnabled(true);
+}
+
+QString OverviewPanel::summaryFootnote() const {
+  return summaryFootnote_->text();
 }
 
 QString OverviewPanel::totalText() const {

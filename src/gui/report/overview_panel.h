@@ -2,8 +2,10 @@
 // bar and focus-mix sentence, time away from the computer, the shape of the period, the bars of
 // its days or months, and the written-summary card.
 //
-// The card is shown only while "velto.aiSummaryEnabled" is on; it shows a placeholder until a
-// summary text is handed in through setSummaryText.
+// The card is shown only while "velto.aiSummaryEnabled" is on. It shows a placeholder and a
+// "Generate AI summary" button until a summary is asked for (summaryRequested: nothing is written
+// without a press), a working line while it is written, then the text with a footnote saying
+// where it came from and a "Regenerate AI summary" button.
 // Thread: main thread.
 #pragma once
 
@@ -14,6 +16,7 @@
 
 class QLabel;
 class QFrame;
+class QPushButton;
 
 namespace velto::gui {
 
@@ -28,16 +31,25 @@ class OverviewPanel : public QWidget {
 
   void setFigures(const UsageFigures& figures);
   void setSummaryVisible(bool visible);
-  // The written summary of the figures shown; empty puts the placeholder back.
-  void setSummaryText(const QString& text);
+  // Nothing written for the figures shown; `canGenerate`: they hold time to write about.
+  void showSummaryPlaceholder(bool canGenerate);
+  void showSummaryWorking();
+  // A written summary and where it came from; an empty footnote for a failure's reason.
+  void showSummary(const QString& text, const QString& footnote);
 
   QString totalText() const;
   QString comparisonText() const;
   QString focusMixText() const;
   bool summaryVisible() const;
   QString summaryText() const;
+  QString summaryFootnote() const;
+  QPushButton& summaryButton() const { return *summaryButton_; }
   const FocusSplitBar& focusBar() const { return *focusBar_; }
   const BarsView& bars() const { return *bars_; }
+
+ Q_SIGNALS:
+  // The card's button was pressed.
+  void summaryRequested();
 
  private:
   std::string language_;
@@ -51,6 +63,8 @@ class OverviewPanel : public QWidget {
   BarsView* bars_;
   QFrame* summaryCard_;
   QLabel* summary_;
+  QLabel* summaryFootnote_;
+  QPushButton* summaryButton_;
 };
 
 }  // namespace velto::gui

@@ -14,9 +14,12 @@
 #include <QTabWidget>
 #include <QTreeView>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <map>
 
+#include "app/report_figures.h"
 #include "app/service_set.h"
 #include "base/log.h"
 #include "base/notices.h"
@@ -171,6 +174,7 @@ ReportWindow::ReportWindow(ServiceSet& services, WindowState* state, QWidget* pa
           [this](QPoint at) { showRowMenu(appsView_, CategoryRule::Subject::app, at); });
   connect(sitesView_, &QTreeView::customContextMenuRequested, this,
           [this](QPoint at) { showRowMenu(sitesView_, CategoryRule::Subject::host, at); });
+  connect(overview_, &OverviewPanel::summaryRequested, this, &ReportWindow::writeSummary);
   summarySetting_ =
       services_.notices().subscribe(keys::kAiSummaryEnabled, [this] { updateSummaryCard(); });
 
@@ -242,20 +246,27 @@ void ReportWindow::refresh() {
   }
   picker_->refresh(qs(f.label));
   overview_->setFigures(f);
-  buckets_->setBuckets(f.buckets, f.period.monthBuckets());
+  fillBuckets(f);
 
   const bool day = f.period.kind == PeriodKind::day;
   std::vector<QColor> colors;
-  const bool dark = palette().color(QPalette::Window).lightness() < 128;
+  // The day's categories by time, in the order of the report's category list.
+  std::map<std::string, double> blockSeconds;
   for (const TimelineBlock& block : f.blocks) {
-    const ColorHue& hue = services_.categories().hue(UsageCategory::fromRaw(block.category));
-    const Rgb rgb = dark ? hue.dark : hue.light;
-    colors.emplace_back(rgb.red, rgb.green, rgb.blue);
+    colors.push_back(categoryColor(block.category));
+    blockSeconds[block.category] += secondsBetween(block.startedAt, block.endedAt);
   }
-  timeline_->setBlocks(
-      day ? f.blocks : std::vector<TimelineBlock>{},
-      day ? UsageRollup::timelineSpan(f.segments, services_.clock().now()) : std::nullopt,
-      std::move(colors));
+  std::vector<TimelineStrip::LegendEntry> legend;
+  for (const CategoryUsage& category : f.byCategory) {
+    if (!blockSeconds.contains(category.id)) continue;
+    legend.push_back({qs(category.name), categoryColor(category.id), category.seconds});
+  }
+  // A day still running reaches to now; a finished one ends with its last stretch.
+  const std::optional<Instant> running =
+      f.period.inProgress ? std::optional<Instant>(services_.clock().now()) : std::nullopt;
+  timeline_->setBlocks(day ? f.blocks : std::vector<TimelineBlock>{},
+                       day ? UsageRollup::timelineSpan(f.segments, running) : std::nullopt,
+                       std::move(colors), day ? std::move(legend) : decltype(legend){});
   timeline_->setVisible(day);
   timelineNote_->setText(day ? uiText(language_, "main.timeline.hint")
                              : uiText(language_, "main.timeline.dayOnly"));
@@ -263,33 +274,102 @@ void ReportWindow::refresh() {
   keepingPlace(appsView_, [&] { apps_->setRows(appRows(*report_), f.totalSeconds); });
   keepingPlace(categoriesView_, [&] { categories_->setRows(categoryRows(f), f.totalSeconds); });
   keepingPlace(sitesView_, [&] { sites_->setRows(siteRows(f), f.totalSeconds); });
-  heatmap_->setGrid(f.weekdayHourly, services_.calendar().firstWeekday());
+  heatmap_->setGrid(
+      f.weekdayHourly, services_.calendar().firstWeekday(),
+      day ? std::optional<Weekday>(services_.calendar().weekday(f.period.interval.start))
+          : std::nullopt);
   trends_->setFigures(f);
   updateSummaryCard();
+}
+
+void ReportWindow::fillBuckets(const UsageFigures& f) {
+  const bool months = f.period.monthBuckets();
+  std::vector<std::vector<BucketsModel::Stack>> stacks;
+  std::vector<double> previous;
+  if (f.period.kind != PeriodKind::day) {
+    const Calendar& calendar = services_.calendar();
+    ReportFigures& figures = services_.figures();
+    const CategoryDirectory directory = CategoryDirectory::of(services_.categories(), language_);
+    // The starts of the buckets of `interval`, grouped as the report groups its own.
+    auto starts = [&](const DateInterval& interval) {
+      std::vector<Instant> found;
+      std::string last;
+      for (Instant day = interval.start; day < interval.end; day = calendar.nextMidnight(day)) {
+        std::string key = calendar.dayKey(day);
+        if (months) key.resize(7);
+        if (key != last) found.push_back(day);
+        last = std::move(key);
+      }
+      return found;
+    };
+    const std::vector<Instant> before = starts(f.comparison.interval);
+    for (size_t i = 0; i < f.buckets.size(); ++i) {
+      const Instant start = f.buckets[i].start;
+      const Instant end = std::min(
+          i + 1 < f.buckets.size() ? f.buckets[i + 1].start : f.period.interval.end, f.counted.end);
+      std::vector<BucketsModel::Stack> stack;
+      if (start < end) {
+        for (const CategoryChange& change : figures.categoryChanges(start, end, start, start)) {
+          if (change.current <= 0) continue;
+          stack.push_back({qs(directory.name(change.category)), categoryColor(change.category),
+                           change.current});
+        }
+      }
+      std::sort(stack.begin(), stack.end(),
+                [](const auto& a, const auto& b) { return a.seconds > b.seconds; });
+      stacks.push_back(std::move(stack));
+      if (i < before.size()) {
+        const Instant to = i + 1 < before.size() ? before[i + 1] : f.comparison.interval.end;
+        previous.push_back(figures.totalSeconds(before[i], to));
+      }
+    }
+    // Outlines only where each bar has its match.
+    if (previous.size() != f.buckets.size()) previous.resize(f.buckets.size(), 0);
+  }
+  buckets_->setBuckets(f.buckets, months, std::move(stacks), std::move(previous));
+}
+
+QColor ReportWindow::categoryColor(const std::string& category) const {
+  const ColorHue& hue = services_.categories().hue(UsageCategory::fromRaw(category));
+  const bool dark = palette().color(QPalette::Window).lightness() < 128;
+  const Rgb rgb = dark ? hue.dark : hue.light;
+  return QColor(rgb.red, rgb.green, rgb.blue);
 }
 
 void ReportWindow::updateSummaryCard() {
   const bool on = services_.settings().aiSummaryEnabled();
   overview_->setSummaryVisible(on);
   const UsageFigures& f = report_->figures();
-  if (!on || !summaryWriter_ || f.totalSeconds <= 0) {
-    summarized_.reset();
-    overview_->setSummaryText({});
-    return;
-  }
-  // A new summary for another period, or once the total has moved by a quarter of an hour; not
-  // on every live minute.
-  const SummaryKey key{f.period.interval.start, f.period.interval.end,
-                       std::llround(f.totalSeconds / 900)};
-  if (summarized_ == key) return;
-  summarized_ = key;
-  overview_->setSummaryText({});
+  // The text stays while its period is shown (the live minute does not touch it); another
+  // period, or the card going off, drops it and any answer still to come.
+  if (on && summarized_ == SummaryKey{f.period.interval.start, f.period.interval.end}) return;
+  summarized_.reset();
+  ++summaryRequest_;
+  overview_->showSummaryPlaceholder(summaryWriter_ && f.totalSeconds > 0);
+}
+
+void ReportWindow::writeSummary() {
+  const UsageFigures& f = report_->figures();
+  if (!services_.settings().aiSummaryEnabled() || !summaryWriter_ || f.totalSeconds <= 0) return;
+  summarized_ = SummaryKey{f.period.interval.start, f.period.interval.end};
+  overview_->showSummaryWorking();
   // Only the answer to the newest request is shown.
   const std::uint64_t request = ++summaryRequest_;
   QPointer<ReportWindow> self(this);
-  summaryWriter_(f, [self, request](std::string text) {
+  const AppDetailSource details = [self](const std::string& bundleId) {
+    return self ? self->report_->detailRows(bundleId) : std::vector<DetailUsage>{};
+  };
+  summaryWriter_(f, details, [self, request](SummaryAnswer answer) {
     if (!self || request != self->summaryRequest_) return;
-    self->overview_->setSummaryText(qs(text));
+    const std::string& lang = self->language_;
+    QString footnote;
+    if (!answer.failed) {
+      footnote = (answer.modelAddress.empty()
+                      ? uiText(lang, "main.summary.origin.builtIn")
+                      : uiText(lang, "main.summary.origin.model %@", answer.modelAddress)) +
+                 QLatin1Char(' ') + uiText(lang, "main.summary.footnote");
+    }
+    self->overview_->showSummary(qs(answer.text), footnote);
   });
 }
 

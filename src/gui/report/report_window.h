@@ -22,6 +22,7 @@
 #include "gui/report/record_edits.h"
 #include "gui/report/report_period_navigator.h"
 #include "reports/usage_report.h"
+#include "summaries/summary_facts.h"
 
 class QLabel;
 class QStackedWidget;
@@ -63,11 +64,21 @@ class ReportWindow : public QWidget {
   void showTab(Tab tab);
   Tab currentTab() const;
 
-  // Produces the written summary of the figures shown and hands it to `done` (possibly later,
-  // on the main thread). The card is shown while "velto.aiSummaryEnabled" is on.
+  // What a summary writer hands back.
+  struct SummaryAnswer {
+    std::string text;          // the sentences, the "nothing came back" notice, or why it failed
+    bool failed = false;       // `text` says why nothing was written
+    std::string modelAddress;  // the language model's address; empty: the built-in writer
+  };
+  // Produces the written summary of the figures shown (an application's details from
+  // `details`) and hands it to `done` (possibly later, on the main thread). The card is shown
+  // while "velto.aiSummaryEnabled" is on; the writer runs only when its button is pressed.
   using SummaryWriter =
-      std::function<void(const UsageFigures& figures, std::function<void(std::string)> done)>;
+      std::function<void(const UsageFigures& figures, const AppDetailSource& details,
+                         std::function<void(SummaryAnswer)> done)>;
   void setSummaryWriter(SummaryWriter writer);
+  // What the card's button does: writes the summary of the period shown.
+  void writeSummary();
 
   // How edits ask before they change the store; a yes/no message box unless replaced.
   void setEditQuestion(RecordEdits::Ask ask);
@@ -101,6 +112,11 @@ class ReportWindow : public QWidget {
   void giveBlockToApp(const TimelineBlock& block);
   void nameBlock(const TimelineBlock& block);
   void updateSummaryCard();
+  // The bars of a week, month or year: per day or month, stacked by category, with the matching
+  // day or month of the period compared with.
+  void fillBuckets(const UsageFigures& f);
+  // The colour of a category (raw value or custom id) in the window's light or dark palette.
+  QColor categoryColor(const std::string& category) const;
   void afterEdit(EditOutcome outcome);
   void restoreState();
   void saveTab();
@@ -116,11 +132,10 @@ class ReportWindow : public QWidget {
   SummaryWriter summaryWriter_;
   Subscription summarySetting_;
   std::uint64_t summaryRequest_ = 0;
-  // What the last summary was asked for: the period and its total in quarter hours.
+  // The period the card's text (or the request running) belongs to.
   struct SummaryKey {
     Instant start;
     Instant end;
-    long long quarterHours = 0;
     bool operator==(const SummaryKey&) const = default;
   };
   std::optional<SummaryKey> summarized_;

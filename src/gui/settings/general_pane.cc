@@ -2,6 +2,7 @@
 #include <QComboBox>
 #include <QFormLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSpinBox>
@@ -81,6 +82,7 @@ class GeneralPane : public QWidget {
     connect(loginMode_, &QComboBox::activated, this, [this](int) { chooseLoginStart(); });
     form->addRow(QString(), login_);
     form->addRow(uiText(lang_, "settings.general.launchAtLoginMode"), loginMode_);
+    addWrittenSummary(form);
 
     auto* wipe = new QPushButton(uiText(lang_, "settings.general.deleteAll"));
     connect(wipe, &QPushButton::clicked, this, [this] { confirmWipe(); });
@@ -117,6 +119,50 @@ class GeneralPane : public QWidget {
                            uiText(lang_, "settings.general.launchAtLogin.failed %@", done.error()));
     }
     showLoginStart();
+  }
+
+  // The switch, its description, and the model's address with its own description and the
+  // reason an address was refused. The address is stored when editing ends; a refused one is
+  // not stored and stays in the field with its reason until it is changed.
+  void addWrittenSummary(QFormLayout* form) {
+    auto* offer = new QCheckBox(uiText(lang_, "settings.general.writtenSummary"));
+    offer->setChecked(model_.writtenSummary());
+    form->addRow(QString(), offer);
+    form->addRow(QString(), description(uiText(lang_, "settings.general.writtenSummary.detail")));
+
+    address_ = new QLineEdit(qtext(model_.modelAddress()));
+    address_->setPlaceholderText(uiText(lang_, "settings.general.modelAddress.placeholder"));
+    address_->setClearButtonEnabled(true);
+    address_->setAccessibleName(uiText(lang_, "settings.general.modelAddress"));
+    form->addRow(uiText(lang_, "settings.general.modelAddress"), address_);
+    addressProblem_ = description({});
+    addressProblem_->setObjectName(QStringLiteral("modelAddressProblem"));
+    QPalette warning = addressProblem_->palette();
+    const bool dark = warning.color(QPalette::Window).lightness() < 128;
+    warning.setColor(QPalette::WindowText,
+                     dark ? QColor(0xff, 0x7b, 0x6e) : QColor(0xb0, 0x2a, 0x1e));
+    addressProblem_->setPalette(warning);
+    addressProblem_->hide();
+    form->addRow(QString(), addressProblem_);
+    form->addRow(QString(), description(uiText(lang_, "settings.general.modelAddress.detail")));
+
+    address_->setEnabled(offer->isChecked());
+    connect(offer, &QCheckBox::toggled, this, [this](bool on) {
+      model_.setWrittenSummary(on);
+      address_->setEnabled(on);
+    });
+    connect(address_, &QLineEdit::editingFinished, this, [this] {
+      const Status stored = model_.setModelAddress(address_->text().toStdString());
+      addressProblem_->setText(stored ? QString() : qtext(stored.error()));
+      addressProblem_->setVisible(!stored);
+    });
+  }
+
+  QLabel* description(const QString& text) {
+    auto* label = new QLabel(text);
+    label->setWordWrap(true);
+    label->setForegroundRole(QPalette::PlaceholderText);
+    return label;
   }
 
   void showRetention() {
@@ -161,6 +207,8 @@ class GeneralPane : public QWidget {
   QComboBox* retention_ = nullptr;
   QCheckBox* login_ = nullptr;
   QComboBox* loginMode_ = nullptr;
+  QLineEdit* address_ = nullptr;
+  QLabel* addressProblem_ = nullptr;
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "app/service_set.h"
 #include "base/strings.h"
+#include "summaries/loopback_endpoint.h"
 
 namespace velto::gui {
 
@@ -84,6 +85,32 @@ std::string GeneralSettings::launchAtLoginMode() const {
 
 Status GeneralSettings::deleteAllData() {
   return services_.store().wipe();
+}
+
+bool GeneralSettings::writtenSummary() const {
+  return services_.settings().aiSummaryEnabled();
+}
+
+void GeneralSettings::setWrittenSummary(bool offered) {
+  services_.settings().setAiSummaryEnabled(offered);
+}
+
+std::string GeneralSettings::modelAddress() const {
+  return services_.settings().aiModelEndpoint().value_or(std::string());
+}
+
+Status GeneralSettings::setModelAddress(std::string_view address) {
+  const size_t first = address.find_first_not_of(" \t");
+  if (first == std::string_view::npos) {
+    services_.settings().clearAiModelEndpoint();
+    return Status();
+  }
+  address = address.substr(first, address.find_last_not_of(" \t") - first + 1);
+  if (Result<LoopbackEndpoint> usable = loopbackEndpoint(address, services_.language()); !usable) {
+    return Error{usable.error()};
+  }
+  services_.settings().setAiModelEndpoint(address);
+  return Status();
 }
 
 }  // namespace velto::gui

@@ -1,7 +1,9 @@
 // The General pane's logic, written straight through to the settings and the store: how long
 // history is kept (30, 90, 365 days or forever; shortening asks first and purges at once through
 // the retention purge that follows the keys), the idle threshold and the away prompt in whole
-// minutes, language, theme, launch at login and deleting all recorded data.
+// minutes, language, theme, launch at login, deleting all recorded data, and the written summary
+// of reports: whether it is offered and which writer writes it (the built-in one, or a language
+// model at a loopback address, refused otherwise with the core's message).
 // Thread: main thread.
 #pragma once
 
@@ -58,6 +60,14 @@ class GeneralSettings {
   std::string launchAtLoginMode() const;
 
   Status deleteAllData();
+
+  bool writtenSummary() const;
+  void setWrittenSummary(bool offered);
+  // "velto.aiModelEndpoint"; empty: the built-in writer.
+  std::string modelAddress() const;
+  // Stores a loopback address (trimmed); empty clears it. An address off this computer or not
+  // an http:// address is not stored: the error is the catalog's message naming it.
+  Status setModelAddress(std::string_view address);
 
  private:
   ServiceSet& services_;

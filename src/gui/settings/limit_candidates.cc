@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 
 #include "app/service_set.h"
 #include "base/strings.h"
@@ -18,10 +19,22 @@ std::vector<LimitCandidate> limitCandidates(ServiceSet& services, std::size_t ap
     candidates.push_back({UsageLimit::Subject::category(effective.rawValue), effective.name});
   }
   const Instant now = services.clock().now();
-  const Instant from = services.calendar().addDays(services.calendar().startOfDay(now), -28);
+  const Instant today = services.calendar().startOfDay(now);
+  const Instant from = services.calendar().addDays(today, -28);
+  std::set<std::string> offered;
+  auto offerApp = [&](const std::string& id, const std::string& name) {
+    if (id.empty() || isOffComputer(id) || id.starts_with(kManualPrefix)) return;
+    if (!offered.insert(id).second || offered.size() > appCount) return;
+    candidates.push_back({UsageLimit::Subject::app(id, name), name.empty() ? id : name});
+  };
+  if (const auto& open = services.engine().recorder().openSegment()) {
+    offerApp(open->context.bundleId, open->context.appName);
+  }
+  for (const auto& app : services.figures().topApps(today, now, appCount)) {
+    offerApp(app.id, app.name);
+  }
   for (const auto& app : services.figures().topApps(from, now, appCount)) {
-    if (isOffComputer(app.id) || app.id.starts_with(kManualPrefix)) continue;
-    candidates.push_back({UsageLimit::Subject::app(app.id, app.name), app.name});
+    offerApp(app.id, app.name);
   }
   Result<std::vector<Segment>> rows = services.store().fetchOverlapping(from, now);
   if (rows) {

@@ -1,5 +1,6 @@
-// What the "add a limit or goal" sheet offers: everything, each category, and the apps and sites
-// with the most time over the last four weeks, each with the text shown for it.
+// What the "add a limit or goal" sheet offers, in its groups: everything, each category, the
+// apps (the one in front now first, then today's by time, then the last four weeks' by time) and
+// the sites with the most time over the last four weeks, each with the text shown for it.
 // Thread: main thread.
 #pragma once
 

@@ -26,9 +26,12 @@ QWidget* makeMenuBarPane(PaneContext& context) {
     settings.setMenuBarDisplay(mode->itemData(index).toString().toStdString());
   });
   form->addRow(uiText(lang, "settings.menubar.mode"), mode);
-  auto* limitHint = new QLabel(uiText(lang, "settings.menubar.limitHint"));
-  limitHint->setWordWrap(true);
-  form->addRow(QString(), limitHint);
+  // Only while there is no limit for the chip to show.
+  if (context.services.limits().limits().empty()) {
+    auto* limitHint = new QLabel(uiText(lang, "settings.menubar.limitHint"));
+    limitHint->setWordWrap(true);
+    form->addRow(QString(), limitHint);
+  }
 
   auto* budget = new QDoubleSpinBox;
   budget->setRange(0, 24);

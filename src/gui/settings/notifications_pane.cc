@@ -21,6 +21,15 @@ QCheckBox* toggle(const QString& text, bool on, QWidget* owner, std::function<vo
   return box;
 }
 
+// The line under a switch that says what it does.
+QLabel* description(const QString& text) {
+  auto* label = new QLabel(text);
+  label->setWordWrap(true);
+  label->setForegroundRole(QPalette::PlaceholderText);
+  label->setContentsMargins(22, 0, 0, 4);
+  return label;
+}
+
 }  // namespace
 
 QWidget* makeNotificationsPane(PaneContext& context) {
@@ -42,9 +51,11 @@ QWidget* makeNotificationsPane(PaneContext& context) {
                       [&settings](bool on) { settings.setGoalAlertsEnabled(on); }));
 
   auto* warn = new QComboBox;
-  warn->addItem(uiText(lang, "settings.off"), 0.0);
+  warn->addItem(uiText(lang, "settings.notifications.warn.never"), 0.0);
   for (double ratio : {0.75, 0.8, 0.9}) {
-    warn->addItem(QStringLiteral("%1 %").arg(static_cast<int>(ratio * 100)), ratio);
+    warn->addItem(uiText(lang, "settings.notifications.warn.at %lld",
+                         std::to_string(std::lround(ratio * 100))),
+                  ratio);
   }
   const double current = settings.limitWarnRatio().value_or(0);
   int index = 0;
@@ -60,6 +71,7 @@ QWidget* makeNotificationsPane(PaneContext& context) {
   form->addRow(toggle(uiText(lang, "settings.notifications.dailySummary"),
                       settings.dailySummaryEnabled(), pane,
                       [&settings](bool on) { settings.setDailySummaryEnabled(on); }));
+  form->addRow(description(uiText(lang, "settings.notifications.dailySummary.detail")));
   auto* dailyHour = new QSpinBox;
   dailyHour->setRange(15, 23);
   dailyHour->setSuffix(QStringLiteral(":00"));
@@ -71,6 +83,7 @@ QWidget* makeNotificationsPane(PaneContext& context) {
   form->addRow(toggle(uiText(lang, "settings.notifications.weeklyDigest"),
                       settings.weeklyDigestEnabled(), pane,
                       [&settings](bool on) { settings.setWeeklyDigestEnabled(on); }));
+  form->addRow(description(uiText(lang, "settings.notifications.weeklyDigest.detail")));
   auto* weekday = new QComboBox;
   for (Weekday day = 1; day <= 7; ++day) {
     weekday->addItem(uiText(lang, "settings.weekday." + std::to_string(day)), day);

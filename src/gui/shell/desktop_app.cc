@@ -44,7 +44,7 @@ DesktopApp::DesktopApp(ServicePaths paths)
       stopSignals_([this] { quit(); }) {
   notifications_.setRouter(&services_.router());
   services_.router().onOpenToday = [this] { openReportOn(PeriodKind::day, std::nullopt); };
-  services_.router().onOpenWeek = [this] { openWeekReport(); };
+  services_.router().onOpenWeek = [this](std::optional<Instant> about) { openWeekReport(about); };
   services_.router().onOpenTodayOverview = [this] {
     openReportOn(PeriodKind::day, ReportWindow::Tab::overview);
   };
@@ -146,14 +146,15 @@ void DesktopApp::openReport() {
   raise(report_);
 }
 
-void DesktopApp::openWeekReport() {
+void DesktopApp::openWeekReport(std::optional<Instant> about) {
   // The overview draws the week's days as bars; the timeline is for single days.
-  openReportOn(PeriodKind::week, ReportWindow::Tab::overview);
+  openReportOn(PeriodKind::week, ReportWindow::Tab::overview, about);
 }
 
-void DesktopApp::openReportOn(PeriodKind kind, std::optional<ReportWindow::Tab> tab) {
+void DesktopApp::openReportOn(PeriodKind kind, std::optional<ReportWindow::Tab> tab,
+                              std::optional<Instant> about) {
   openReport();
-  report_->showPeriod(kind, services_.clock().now());
+  report_->showPeriod(kind, about.value_or(services_.clock().now()));
   if (tab) report_->showTab(*tab);
 }
 
@@ -206,6 +207,31 @@ void DesktopApp::openSampleAwayPrompt(double minutes) {
   away_ = new AwayPrompt(services_, gap);
   away_->setAttribute(Qt::WA_DeleteOnClose);
   raise(away_);
+}
+
+void DesktopApp::openReportView(std::string_view period, std::string_view tab, bool writeSummary) {
+  const Calendar& calendar = services_.calendar();
+  const Instant now = services_.clock().now();
+  PeriodKind kind = PeriodKind::day;
+  Instant anchor = now;
+  if (period == "yesterday") {
+    anchor = calendar.addDays(now, -1);
+  } else if (period == "week" || period == "lastweek") {
+    kind = PeriodKind::week;
+    if (period == "lastweek") anchor = calendar.addDays(now, -7);
+  } else if (period == "month") {
+    kind = PeriodKind::month;
+  } else if (period == "year") {
+    kind = PeriodKind::year;
+  }
+  std::optional<ReportWindow::Tab> shown;
+  static constexpr std::string_view kTabs[] = {"overview", "timeline", "apps",  "categories",
+                                               "sites",    "hours",    "trends"};
+  for (size_t i = 0; i < std::size(kTabs); ++i) {
+    if (tab == kTabs[i]) shown = static_cast<ReportWindow::Tab>(i);
+  }
+  openReportOn(kind, shown, anchor);
+  if (writeSummary) report_->writeSummary();
 }
 
 void DesktopApp::popUpTrayMenu() {

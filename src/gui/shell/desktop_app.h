@@ -41,8 +41,8 @@ class DesktopApp : public QObject {
   void start();
 
   void openReport();
-  // The report on the week containing now, on its overview.
-  void openWeekReport();
+  // The report on the week containing `about` (none: now), on its overview.
+  void openWeekReport(std::optional<Instant> about = std::nullopt);
   // `pane` empty: the last pane shown.
   void openSettings(std::string_view pane = {});
   void openOnboarding();
@@ -52,6 +52,9 @@ class DesktopApp : public QObject {
   void openSampleAwayPrompt(double minutes);
   // Pops up the tray menu at the top right of the screen (for screenshots).
   void popUpTrayMenu();
+  // The report on a period named as --open=report:<period>:<tab> names it (for screenshots);
+  // `writeSummary` presses the written-summary button.
+  void openReportView(std::string_view period, std::string_view tab, bool writeSummary);
   void quit();
 
   ServiceSet& services() { return services_; }
@@ -60,8 +63,10 @@ class DesktopApp : public QObject {
   // With no backend (and none asked for), says why once at start.
   void tellWhyNoWindowsAreSeen();
   void raise(QWidget* window);
-  // The report on the `kind` period containing now, on `tab` (none: the tab it shows).
-  void openReportOn(PeriodKind kind, std::optional<ReportWindow::Tab> tab);
+  // The report on the `kind` period containing `about` (none: now), on `tab` (none: the tab it
+  // shows).
+  void openReportOn(PeriodKind kind, std::optional<ReportWindow::Tab> tab,
+                    std::optional<Instant> about = std::nullopt);
   void engineStateChanged();
 
   ServicePaths paths_;

@@ -74,9 +74,36 @@ QImage chipImage(const std::optional<MenuBarChip>& chip, bool darkPanel, int sid
   path.addRoundedRect(box, side * 0.22, side * 0.22);
   painter.fillPath(path, colors.fill);
 
+  const double inner = side * (1 - 2 * kPadding);
+  if (chip->used) {
+    // A limit: the time left as large as the chip allows over a bar of the share used, since
+    // "1h 10m / 2h" cannot be read in a square this small.
+    const double barHeight = std::max(2.0, side / 9.0);
+    const double barTop = side - side * kPadding - barHeight;
+    const QRectF track(side * kPadding, barTop, inner, barHeight);
+    QColor faint = colors.text;
+    faint.setAlphaF(0.35);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(faint);
+    painter.drawRoundedRect(track, barHeight / 2, barHeight / 2);
+    const double share = std::clamp(*chip->used, 0.0, 1.0);
+    if (share > 0) {
+      painter.setBrush(colors.text);
+      painter.drawRoundedRect(
+          QRectF(track.left(), barTop, std::max(barHeight, inner * share), barHeight),
+          barHeight / 2, barHeight / 2);
+    }
+    const QString left = QString::fromStdString(chip->left);
+    const double textHeight = barTop - side * kPadding;
+    const QFont font = boldFont(fittingSize({left}, inner, textHeight));
+    painter.setFont(font);
+    painter.setPen(colors.text);
+    painter.drawText(QRectF(side * kPadding, side * kPadding, inner, textHeight), Qt::AlignCenter,
+                     left);
+    return image;
+  }
   const QString text = QString::fromStdString(chip->text);
   const QStringList lines = chipLines(text, side);
-  const double inner = side * (1 - 2 * kPadding);
   const QFont font = boldFont(fittingSize(lines, inner, inner));
   const QFontMetricsF metrics(font);
   painter.setFont(font);

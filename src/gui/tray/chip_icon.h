@@ -1,7 +1,8 @@
 // Draws the tray picture: the mark alone, or the chip text on a rounded chip in its tone's
 // colours. Tray hosts give an icon a square slot, so the picture is square: the text is set in
 // bold and broken at its space into two lines when one line would have to shrink below
-// readability ("2h" over "15m"), so it stays legible at 22-32 px.
+// readability ("2h" over "15m"), so it stays legible at 22-32 px. A limit's chip shows the time
+// left (or past it) over a bar of the share used instead of its whole text.
 // Thread: GUI thread.
 #pragma once
 

@@ -24,12 +24,20 @@ TrayMenuState trayMenuState(ServiceSet& services) {
   } else {
     state.frontText = i18n::text(lang, "tray.nothingNow");
   }
+  if (input.mode == MenuBarDisplay::limit) {
+    if (const std::optional<LimitProgress> limit = MenuBarTitle::chosenLimit(input.progress)) {
+      state.limitText = i18n::text(lang, "tray.limit %@ %@",
+                                   displayName(limit->limit.subject, &services.categories(), lang),
+                                   limit->text(lang));
+    }
+  }
   return state;
 }
 
 std::string trayTooltip(const std::optional<MenuBarChip>& chip, const TrayMenuState& state) {
   std::string tooltip = "Velto";
   if (chip) tooltip += " - " + chip->text;
+  if (!state.limitText.empty()) tooltip += "\n" + state.limitText;
   return tooltip + "\n" + state.todayText + "\n" + state.frontText;
 }
 

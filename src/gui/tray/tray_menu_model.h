@@ -19,10 +19,13 @@ struct TrayMenuState {
   std::string todayText;  // "Today: 2h 15m"
   std::string frontText;  // "Now: Code", "Paused", "Paused until 14:30" or "Nothing recorded now"
   bool paused = false;
+  // The limit the chip shows: "Limit on Code: 1h 5m of 2h today"; empty when it shows none.
+  std::string limitText;
 };
 
 TrayMenuState trayMenuState(ServiceSet& services);
-// "Velto - <chip>" (or "Velto" for the mark alone), then the menu's two lines.
+// "Velto - <chip>" (or "Velto" for the mark alone), the limit the chip shows, then the menu's
+// two lines.
 std::string trayTooltip(const std::optional<MenuBarChip>& chip, const TrayMenuState& state);
 
 }  // namespace velto::gui

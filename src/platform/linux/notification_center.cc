@@ -6,9 +6,9 @@ FreedesktopNotificationCenter::FreedesktopNotificationCenter(EventLoop& loop,
                                                              const NotificationRouter* router)
     : client_(loop, "Velto"), router_(router) {
   client_.onActivated = [this](const std::string& id) {
-    auto found = categoryById_.find(id);
-    if (found != categoryById_.end() && router_ != nullptr) {
-      router_->handleResponse(found->second, true);
+    auto found = postedById_.find(id);
+    if (found != postedById_.end() && router_ != nullptr) {
+      router_->handleResponse(found->second.category, true, found->second.about);
     }
   };
 }
@@ -21,7 +21,7 @@ void FreedesktopNotificationCenter::authorizationStatus(
 
 void FreedesktopNotificationCenter::add(const NotificationRequest& request,
                                         std::function<void(Status)> done) {
-  categoryById_[request.identifier] = request.categoryIdentifier;
+  postedById_[request.identifier] = Posted{request.categoryIdentifier, request.about};
   Status posted = client_.post(request.identifier, request.title, request.body);
   if (done) done(posted);
 }

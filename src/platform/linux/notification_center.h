@@ -6,6 +6,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 
 #include "platform/linux/desktop_notifications.h"
@@ -27,7 +28,11 @@ class FreedesktopNotificationCenter final : public AppNotificationCentering {
  private:
   DesktopNotifications client_;
   const NotificationRouter* router_;
-  std::map<std::string, std::string> categoryById_;
+  struct Posted {
+    std::string category;
+    std::optional<Instant> about;
+  };
+  std::map<std::string, Posted> postedById_;
 };
 
 }  // namespace velto::platform
