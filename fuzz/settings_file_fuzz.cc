@@ -11,6 +11,7 @@
 
 #include "app/setting_catalog.h"
 #include "base/clock.h"
+#include "base/log.h"
 #include "base/notice_bus.h"
 #include "categories/category_catalog.h"
 #include "context/exclusion_store.h"
@@ -33,6 +34,12 @@ const std::filesystem::path& settingsPath() {
 }
 
 }  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  // Every unreadable input logs a line; millions of them would drown the fuzzer's own output.
+  velto::log::setSinks({});
+  return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size) {
   const std::filesystem::path& path = settingsPath();
