@@ -8,6 +8,7 @@
 #include "base/files.h"
 #include "store_fixture.h"
 #include "test_support/log_capture.h"
+#include "test_support/segment_rows.h"
 
 namespace velto {
 namespace {
@@ -16,16 +17,9 @@ using testing::at;
 using testing::LogCapture;
 using testing::StoreTest;
 
+// A stored row with the fields a kept one carries, its day key that of the start (UTC).
 Segment row(const std::string& bundleId, const std::string& from, const std::string& to) {
-  Segment segment;
-  segment.id = Uuid::random();
-  segment.startedAt = at(from);
-  segment.endedAt = at(to);
-  segment.seconds = secondsBetween(segment.startedAt, segment.endedAt);
-  segment.bundleId = bundleId;
-  segment.appName = bundleId;
-  segment.windowTitle = "Päckchen \"quoted\"";
-  segment.host = "example.org";
+  Segment segment = testing::storedRow(bundleId, from, to, "Päckchen \"quoted\"", "example.org");
   segment.endReasonRaw = "idle";
   segment.dayKey = from.substr(0, 10);
   return segment;
