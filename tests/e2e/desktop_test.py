@@ -18,7 +18,7 @@ import sys
 import time
 
 import harness
-from harness import Failed
+from harness import CannotStart, Failed
 
 SKIP = 77
 # Segments shorter than 3 s are not recorded; every step lasts longer.
@@ -32,16 +32,7 @@ class Session(harness.Session):
         super().__init__(bin_dir, "velto-e2e-")
 
     def start(self):
-        read_end, write_end = os.pipe()
-        self.spawn(["Xvfb", "-displayfd", str(write_end), "-screen", "0", "1024x768x24",
-                    "-nolisten", "tcp", "-noreset"], pass_fds=(write_end,))
-        os.close(write_end)
-        with os.fdopen(read_end) as display:
-            number = display.readline().strip()
-        if not number:
-            raise Failed("Xvfb did not start")
-        self.env["DISPLAY"] = ":" + number
-        self.env["DBUS_SESSION_BUS_ADDRESS"] = self.start_bus("session")
+        self.start_xvfb()
         self.env["DBUS_SYSTEM_BUS_ADDRESS"] = self.start_bus("system")
         self.spawn(["openbox", "--sm-disable"])
         self.spawn(["dunst"])
@@ -54,10 +45,6 @@ class Session(harness.Session):
         self.wait_for(self.wm_running, "openbox")
         self.mock_call("/org/freedesktop/login1", "org.freedesktop.DBus.Mock", "AddSession",
                        "ssusb", "e2e", "seat0", str(os.getuid()), "tester", "true")
-
-    def wm_running(self):
-        result = self.run(["xprop", "-root", "_NET_SUPPORTED"], check=False)
-        return "_NET_ACTIVE_WINDOW" in result.stdout
 
     # --- D-Bus -----------------------------------------------------------------------------
 
@@ -464,7 +451,7 @@ def main():
         scenario(s)
         browser_tab_run(s)
         windows_run(s)
-    except Failed as error:
+    except (CannotStart, Failed) as error:
         s.check(False, str(error))
     finally:
         s.stop()

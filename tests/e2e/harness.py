@@ -72,6 +72,23 @@ class Session:
             raise CannotStart(f"the private {name} bus did not start")
         return address
 
+    def start_xvfb(self):
+        """A private X display (Xvfb picks a free number) and a session bus beside it."""
+        read_end, write_end = os.pipe()
+        self.spawn(["Xvfb", "-displayfd", str(write_end), "-screen", "0", "1024x768x24",
+                    "-nolisten", "tcp", "-noreset"], pass_fds=(write_end,))
+        os.close(write_end)
+        with os.fdopen(read_end) as display:
+            number = display.readline().strip()
+        if not number:
+            raise CannotStart("Xvfb did not start")
+        self.env["DISPLAY"] = ":" + number
+        self.env["DBUS_SESSION_BUS_ADDRESS"] = self.start_bus("session")
+
+    def wm_running(self):
+        result = self.run(["xprop", "-root", "_NET_SUPPORTED"], check=False)
+        return "_NET_ACTIVE_WINDOW" in result.stdout
+
     def read(self, name):
         try:
             with open(os.path.join(self.root, name)) as f:

@@ -97,19 +97,9 @@ class Session(harness.Session):
     # --- the desktop the installed recorder runs in -----------------------------------------
 
     def start_display(self):
-        read_end, write_end = os.pipe()
-        self.spawn(["Xvfb", "-displayfd", str(write_end), "-screen", "0", "1024x768x24",
-                    "-nolisten", "tcp", "-noreset"], pass_fds=(write_end,))
-        os.close(write_end)
-        with os.fdopen(read_end) as display:
-            number = display.readline().strip()
-        if not number:
-            raise CannotStart("Xvfb did not start")
-        self.env["DISPLAY"] = ":" + number
-        self.env["DBUS_SESSION_BUS_ADDRESS"] = self.start_bus("session")
+        self.start_xvfb()
         self.spawn(["openbox", "--sm-disable"])
-        self.wait_for(lambda: "_NET_ACTIVE_WINDOW" in self.run(
-            ["xprop", "-root", "_NET_SUPPORTED"], check=False).stdout, "openbox")
+        self.wait_for(self.wm_running, "openbox")
 
     def start_recorder(self, log_name):
         log = open(os.path.join(self.root, log_name), "w")
